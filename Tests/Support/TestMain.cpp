@@ -1,0 +1,16 @@
+// Shared main of the test programs: one QApplication on the offscreen platform, so that
+// core and user-interface tests alike run headless with real Qt objects.
+#include <QApplication>
+#include <gtest/gtest.h>
+
+int main(int argc, char** argv)
+{
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    ::testing::InitGoogleTest(&argc, argv);
+    // Death tests re-run the program for the one test instead of forking a process
+    // that already has Qt's threads.
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    QApplication app(argc, argv);
+    return RUN_ALL_TESTS();
+}

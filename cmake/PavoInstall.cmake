@@ -1,0 +1,23 @@
+include(CMakePackageConfigHelpers)
+
+install(TARGETS PavoCore PavoUI EXPORT PavoTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+  PUBLIC_HEADER DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/Pavo)
+
+install(EXPORT PavoTargets NAMESPACE Pavo:: FILE PavoTargets.cmake
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Pavo)
+
+configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/PavoConfig.cmake.in
+  ${PROJECT_BINARY_DIR}/PavoConfig.cmake
+  INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Pavo)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/PavoConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/PavoConfig.cmake ${PROJECT_BINARY_DIR}/PavoConfigVersion.cmake
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Pavo)
+
+foreach(pc IN ITEMS pavo-core pavo-ui)
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/${pc}.pc.in ${PROJECT_BINARY_DIR}/${pc}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${pc}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endforeach()
