@@ -212,6 +212,17 @@ QString firstOfList(const QString& list)
     return list.section(QLatin1Char(','), 0, 0).trimmed();
 }
 
+// XKB names layouts and variants with letters, digits, '_' and '-'; anything else (a
+// path, an include expression) is refused before it reaches the rules.
+bool isPlainXkbName(const QString& name)
+{
+    for (const QChar c : name) {
+        if (!(c.isLetterOrNumber() && c.unicode() < 0x80) && c != QLatin1Char('_') && c != QLatin1Char('-'))
+            return false;
+    }
+    return true;
+}
+
 PvKeyboardLayoutName nameFromLists(const QString& layouts, const QString& variants)
 {
     PvKeyboardLayoutName name {firstOfList(layouts), firstOfList(variants)};
@@ -271,7 +282,7 @@ PvKeyboardLayout::~PvKeyboardLayout() = default;
 
 std::shared_ptr<const PvKeyboardLayout> PvKeyboardLayout::create(const PvKeyboardLayoutName& name)
 {
-    if (name.isEmpty())
+    if (name.isEmpty() || !isPlainXkbName(name.layout) || !isPlainXkbName(name.variant))
         return nullptr;
     auto p = std::make_unique<Private>();
     // The names are given in full, so XKB must not fill gaps from XKB_DEFAULT_*.

@@ -54,8 +54,9 @@ public:
 
     /**
         Compiles a layout.
-        @returns the layout, or nullptr when the name is empty or XKB does not know the
-                 layout or its variant.
+        @returns the layout, or nullptr when the name is empty, holds characters other
+                 than ASCII letters, digits, '_' and '-', or XKB does not know the layout
+                 or its variant.
     */
     static std::shared_ptr<const PvKeyboardLayout> create(const PvKeyboardLayoutName& name);
 

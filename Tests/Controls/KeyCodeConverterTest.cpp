@@ -301,6 +301,8 @@ TEST(KeyCodeConverter, UnknownLayoutGivesNoTexts)
     EXPECT_EQ(PvKeyboardLayout::create({QStringLiteral("no-such-layout"), QString()}), nullptr);
     EXPECT_EQ(PvKeyboardLayout::create({}), nullptr);
     EXPECT_EQ(PvKeyboardLayout::create({QStringLiteral("us"), QStringLiteral("no-such-variant")}), nullptr);
+    EXPECT_EQ(PvKeyboardLayout::create({QStringLiteral("../symbols/us"), QString()}), nullptr);
+    EXPECT_EQ(PvKeyboardLayout::create({QStringLiteral("us"), QStringLiteral("intl)+de")}), nullptr);
     HostLayout host("no-such-layout");
     EXPECT_EQ(PVKeyCodeConverter::getKeyboardLayout(), nullptr);
     bool dead = true;
