@@ -30,8 +30,7 @@ struct PvKeyGlyph {
     uint16_t glyph; ///< menu glyph number, 0 for none
     uint16_t appKitChar; ///< character the AppKit event model reports
     uint16_t reserved; ///< always 0
-    uint32_t
-        modifierFlags; ///< flags the AppKit model adds for the key (PvFunctionKeyMask, PvNumericPadKeyMask)
+    uint32_t modifierFlags; ///< flags the AppKit model adds for the key (function key, numeric pad)
 };
 
 /** Number of rows of kGlyphTable. */

@@ -5,6 +5,8 @@
 
 #include <QSpinBox>
 
+#include <optional>
+
 /**
     A QSpinBox for MIDI values that shows them as a PVMIDIFormatter does ("C#3",
     "0x7F", "+5", "± 0").

@@ -2,6 +2,8 @@
 
 #include <QKeyEvent>
 #include <QTemporaryDir>
+#include <QTest>
+#include <QWidget>
 
 #include <gtest/gtest.h>
 
@@ -429,4 +431,41 @@ TEST(KeyCodeConverter, KeyCommandsFromQtKeyEvents)
 
     EXPECT_EQ(PvKeyCommand::qtModifiersForFlags(PvKeyCommand::modifierFlagsForQt(all | Qt::KeypadModifier)),
         all | Qt::KeypadModifier);
+}
+
+namespace {
+
+// The smallest key-command editor: records the last key press and shows it.
+class KeyCommandRecorder : public QWidget {
+public:
+    std::optional<PvKeyCommand> command;
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override
+    {
+        if (auto recorded = PvKeyCommand::fromKeyEvent(*event))
+            command = recorded;
+    }
+};
+
+} // namespace
+
+TEST(KeyCodeConverter, EditorRecordsTypedShortcuts)
+{
+    HostLayout us("us");
+    KeyCommandRecorder recorder;
+    recorder.show();
+    QTest::keyClick(
+        &recorder, Qt::Key_F5, Qt::MetaModifier | Qt::AltModifier | Qt::ShiftModifier | Qt::ControlModifier);
+    ASSERT_TRUE(recorder.command);
+    EXPECT_EQ(recorder.command->text(), u"\u2303\u2325\u21E7\u2318F5");
+    // Pressing Shift on its way to the next shortcut does not replace the recorded one.
+    QTest::keyClick(&recorder, Qt::Key_Shift, Qt::ShiftModifier);
+    EXPECT_EQ(recorder.command->keyCode, 96);
+    QTest::keyClick(&recorder, Qt::Key_Z, Qt::ControlModifier);
+    ASSERT_TRUE(recorder.command);
+    EXPECT_EQ(recorder.command->keyCode, 6);
+    EXPECT_EQ(recorder.command->text(), u"\u2318Z");
+    QTest::keyClick(&recorder, Qt::Key_Down, Qt::AltModifier);
+    EXPECT_EQ(recorder.command->text(), u"\u2325\u2193");
 }

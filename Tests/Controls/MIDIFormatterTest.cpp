@@ -1,7 +1,10 @@
 #include <Pavo/PavoUI.h>
 
+#include "TestSupport.h"
+
 #include <QLineEdit>
 #include <QTest>
+#include <QVBoxLayout>
 
 #include <gtest/gtest.h>
 
@@ -125,4 +128,27 @@ TEST(MIDIFormatter, SpinBoxShowsAndAcceptsFormattedTexts)
     EXPECT_EQ(box.text(), QString(QChar(0x00B1)) + " 0");
     box.stepBy(1);
     EXPECT_EQ(box.text(), "+1");
+}
+
+TEST(MIDIFormatter, SpinBoxRendersEveryStyle)
+{
+    QWidget panel;
+    auto* layout = new QVBoxLayout(&panel);
+    const int values[4] = {100, -5, 15, 61};
+    for (int style = 0; style < 4; ++style) {
+        auto* box = new PvMIDISpinBox(&panel);
+        box->setRange(-64, 127);
+        box->setNoteStyle(style);
+        box->setValue(values[style]);
+        layout->addWidget(box);
+    }
+    panel.resize(160, 150);
+    const QImage image = panel.grab().toImage();
+    EXPECT_FALSE(image.isNull());
+    EXPECT_TRUE(image.save(PavoTest::outputDir() + "/PvMIDISpinBox.png"));
+    const auto boxes = panel.findChildren<PvMIDISpinBox*>();
+    ASSERT_EQ(boxes.size(), 4);
+    EXPECT_EQ(boxes[3]->text(), "C#3");
+    // The box is wide enough for its widest text in the style.
+    EXPECT_GE(boxes[2]->sizeHint().width(), boxes[2]->fontMetrics().horizontalAdvance("0x7F"));
 }
