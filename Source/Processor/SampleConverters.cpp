@@ -31,7 +31,7 @@ const Kernels* kernelsOf(PvConverterPath path)
 {
 #if defined(__x86_64__) || defined(__i386__)
     if (path == kPvConverterAVX512)
-        return &PvSample::kAVX2Kernels;
+        return &PvSample::kAVX512Kernels;
     if (path == kPvConverterAVX2)
         return &PvSample::kAVX2Kernels;
 #endif
