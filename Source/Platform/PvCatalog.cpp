@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -26,6 +27,7 @@ constexpr int16_t kFirstVolume = -100;
 constexpr int32_t kRootParentID = 1; // fsRtParID
 constexpr int32_t kRootDirID = 2; // fsRtDirID
 constexpr int kMaxLinkHops = 32;
+constexpr int kFolderSearchBudget = 100000; // directory entries looked at for an unknown folder ID
 
 // The FSRef's hidden bytes as this catalog fills them.
 struct RefData {
@@ -398,6 +400,41 @@ QString nameFromSpec(const unsigned char* pascal)
     return name;
 }
 
+// Breadth-first search of a volume for the folder with a given inode, without entering
+// other file systems; gives up after kFolderSearchBudget directory entries.
+QString findFolderByInode(const Volume& v, quint64 ino)
+{
+    if (ino <= 2)
+        return {};
+    int budget = kFolderSearchBudget;
+    QList<QByteArray> queue {QFile::encodeName(v.mountPoint)};
+    while (!queue.isEmpty() && budget > 0) {
+        const QByteArray folder = queue.takeFirst();
+        DIR* dir = ::opendir(folder.constData());
+        if (!dir)
+            continue;
+        while (struct dirent* entry = ::readdir(dir)) {
+            if (--budget <= 0)
+                break;
+            if (std::strcmp(entry->d_name, ".") == 0 || std::strcmp(entry->d_name, "..") == 0)
+                continue;
+            if (entry->d_type != DT_DIR && entry->d_type != DT_UNKNOWN)
+                continue;
+            const QByteArray path = (folder == "/" ? QByteArray() : folder) + '/' + entry->d_name;
+            struct stat st;
+            if (::lstat(path.constData(), &st) != 0 || !S_ISDIR(st.st_mode) || quint64(st.st_dev) != v.dev)
+                continue;
+            if (quint64(st.st_ino) == ino) {
+                ::closedir(dir);
+                return QFile::decodeName(path);
+            }
+            queue.append(path);
+        }
+        ::closedir(dir);
+    }
+    return {};
+}
+
 // Path of an FSSpec's folder; call with the lock held.
 OSErr specFolder(State& s, const FSSpec* spec, const Volume** volume, QString* folderPath, Key* folderKey)
 {
@@ -411,14 +448,20 @@ OSErr specFolder(State& s, const FSSpec* spec, const Volume** volume, QString* f
         return noErr;
     }
     auto it = s.folders.constFind({v->vRefNum, spec->parID});
-    if (it == s.folders.constEnd())
-        return dirNFErr;
     struct stat st;
-    const QString path = checkedPath(s, it.value(), &st);
-    if (path.isEmpty() || !S_ISDIR(st.st_mode))
-        return dirNFErr;
+    QString path;
+    if (it != s.folders.constEnd())
+        path = checkedPath(s, it.value(), &st);
+    if (path.isEmpty() || !S_ISDIR(st.st_mode)) {
+        // Not met in this process, or met under another volume number: most IDs are
+        // inode numbers, so look for the folder with that inode on this volume.
+        path = findFolderByInode(*v, quint64(spec->parID));
+        if (path.isEmpty() || !statPath(path, &st, false))
+            return dirNFErr;
+        folderID(s, *v, keyOf(st), path);
+    }
     *folderPath = path;
-    *folderKey = it.value();
+    *folderKey = keyOf(st);
     return noErr;
 }
 
