@@ -955,9 +955,13 @@ OSErr PvForkWrite(int16_t refNum, int64_t offset, const void* buffer, int32_t co
         if (n < 0) {
             if (errno == EINTR)
                 continue;
+            const int error = errno;
             if (actual)
                 *actual = done;
-            return PvCatalog::ErrorFromErrno(errno);
+            // A fork opened for reading only answers EBADF to a write.
+            if (error == EBADF && (::fcntl(refNum, F_GETFL) & O_ACCMODE) == O_RDONLY)
+                return wrPermErr;
+            return PvCatalog::ErrorFromErrno(error);
         }
         done += int32_t(n);
     }
