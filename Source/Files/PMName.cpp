@@ -93,10 +93,11 @@ void PMName::GetElements(char separator, std::list<PMName>& out) const
     if (!mName)
         return;
     const char* p = mName;
-    if (*p == separator)
+    if (separator && *p == separator)
         ++p;
     while (*p) {
-        const char* end = std::strchr(p, separator);
+        // strchr also finds the terminator when the separator is '\0'.
+        const char* end = separator ? std::strchr(p, separator) : nullptr;
         const size_t length = end ? size_t(end - p) : std::strlen(p);
         PMName element;
         char* text = element.Allocate(length);

@@ -85,6 +85,7 @@ TEST(PMName, GetElements)
     EXPECT_EQ(elements("plain", ':'), (V {"plain"}));
     EXPECT_EQ(elements("", ':'), (V {}));
     EXPECT_EQ(elements("::", ':'), (V {""}));
+    EXPECT_EQ(elements("a:b", 0), (V {"a:b"}));
     std::list<PMName> out;
     PMName().GetElements(':', out);
     EXPECT_TRUE(out.empty());
