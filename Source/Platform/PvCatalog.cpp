@@ -447,7 +447,7 @@ OSErr specFolder(State& s, const FSSpec* spec, const Volume** volume, QString* f
         *folderKey = {v->dev, v->rootIno};
         return noErr;
     }
-    auto it = s.folders.constFind({v->vRefNum, spec->parID});
+    auto it = s.folders.constFind({v->vRefNum, int32_t(spec->parID)});
     struct stat st;
     QString path;
     if (it != s.folders.constEnd())

@@ -78,7 +78,7 @@ TEST_F(FileIOTest, OpenRefusesFoldersAndFollowsLinks)
     ASSERT_EQ(io.OpenRead(&link), noErr);
     EXPECT_TRUE(io.isOpen());
     EXPECT_EQ(QByteArray(reinterpret_cast<char*>(link.name + 1), link.name[0]), QByteArray("target.bin"));
-    EXPECT_EQ(link.parID, target.parID);
+    EXPECT_EQ(int32_t(link.parID), int32_t(target.parID));
     char buf[7];
     ASSERT_EQ(io.Read(buf, 7), noErr);
     EXPECT_EQ(QByteArray(buf, 7), QByteArray("payload"));
