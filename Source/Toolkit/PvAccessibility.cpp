@@ -20,9 +20,12 @@ QAccessible::Role PvAccessibleControl::role() const
 QString PvAccessibleControl::text(QAccessible::Text t) const
 {
     switch (t) {
-    case QAccessible::Name: return control()->accessibilityName();
-    case QAccessible::Value: return control()->accessibilityValue();
-    default: return QAccessibleWidget::text(t);
+    case QAccessible::Name:
+        return control()->accessibilityName();
+    case QAccessible::Value:
+        return control()->accessibilityValue();
+    default:
+        return QAccessibleWidget::text(t);
     }
 }
 

@@ -84,7 +84,11 @@ public:
     // ---- look --------------------------------------------------------------------
     /// The font; an unset font means the control's font.
     QFont font() const { return m_font; }
-    void setFont(const QFont& font) { m_font = font; m_hasFont = true; }
+    void setFont(const QFont& font)
+    {
+        m_font = font;
+        m_hasFont = true;
+    }
     bool hasFont() const { return m_hasFont; }
     Qt::Alignment alignment() const { return m_alignment; }
     void setAlignment(Qt::Alignment alignment) { m_alignment = alignment; }
@@ -125,7 +129,8 @@ public:
     /// Called for every drag from lastPoint to currentPoint. Returning false ends tracking.
     virtual bool continueTracking(const QPointF& lastPoint, const QPointF& currentPoint, PvControl* view);
     /// Called once when tracking ends: mouseIsUp tells whether the button was released.
-    virtual void stopTracking(const QPointF& lastPoint, const QPointF& stopPoint, PvControl* view, bool mouseIsUp);
+    virtual void stopTracking(
+        const QPointF& lastPoint, const QPointF& stopPoint, PvControl* view, bool mouseIsUp);
     /**
         Tracks a press that started with event inside frame. The default hands the press to
         view (PvControl::trackCell()), which calls the three calls above as the mouse moves.

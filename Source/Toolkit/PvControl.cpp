@@ -167,7 +167,9 @@ void PvControl::endTracking(bool mouseIsUp, const QPointF& point)
         loop->quit();
 }
 
-void PvControl::didStopTracking(PvCell*, bool, bool) { }
+void PvControl::didStopTracking(PvCell*, bool, bool)
+{
+}
 
 void PvControl::sizeToFit()
 {
@@ -236,15 +238,20 @@ void PvControl::mousePressEvent(QMouseEvent* event)
 
 void PvControl::mouseDoubleClickEvent(QMouseEvent* event)
 {
-    // Qt delivers the second press of a double click as this event.
+    // Qt sends the second press of a double click and then this event; the press has been
+    // handled, so only its click count changes. Without a press before it, it is the press.
+    if (event->button() == Qt::LeftButton && m_currentEvent.type == PvLeftMouseDown) {
+        m_currentEvent.clickCount = 2;
+        return;
+    }
     press(event, 2);
 }
 
 void PvControl::mouseMoveEvent(QMouseEvent* event)
 {
     const bool dragging = event->buttons() & Qt::LeftButton;
-    m_currentEvent = mouseEvent(dragging ? PvLeftMouseDragged : PvMouseMoved, event, m_currentEvent.clickCount,
-                                m_eventNumber);
+    m_currentEvent = mouseEvent(
+        dragging ? PvLeftMouseDragged : PvMouseMoved, event, m_currentEvent.clickCount, m_eventNumber);
     if (dragging)
         mouseDragged(m_currentEvent);
     else
@@ -343,9 +350,13 @@ void PvControl::mouseUp(const PvEvent& event)
         endTracking(true, event.location);
 }
 
-void PvControl::mouseMoved(const PvEvent&) { }
+void PvControl::mouseMoved(const PvEvent&)
+{
+}
 
-void PvControl::rightMouseDown(const PvEvent&) { }
+void PvControl::rightMouseDown(const PvEvent&)
+{
+}
 
 bool PvControl::scrollWheel(const PvEvent& event)
 {

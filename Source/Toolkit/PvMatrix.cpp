@@ -1,5 +1,7 @@
 #include "PvMatrix.h"
 
+#include "PvTargetAction.h"
+
 #include <QPainter>
 
 #include <algorithm>
@@ -15,8 +17,6 @@ PvMatrix::PvMatrix(Mode mode, int rows, int columns, QWidget* parent)
     , m_mode(mode)
 {
     renewRows(rows, columns);
-    if (mode == RadioModeMatrix && !m_cells.empty())
-        selectCellAt(0, 0);
 }
 
 PvMatrix::~PvMatrix()
@@ -27,11 +27,8 @@ PvMatrix::~PvMatrix()
 void PvMatrix::setMode(Mode mode)
 {
     m_mode = mode;
-    if (mode == RadioModeMatrix && !m_allowsEmptySelection && !m_cells.empty()) {
-        const int row = m_selectedRow >= 0 ? m_selectedRow : 0;
-        const int column = m_selectedColumn >= 0 ? m_selectedColumn : 0;
-        selectCellAt(row, column);
-    }
+    if (mode == RadioModeMatrix && !m_allowsEmptySelection && !m_cells.empty())
+        selectCellAt(std::max(0, m_selectedRow), std::max(0, m_selectedColumn));
 }
 
 PvCell* PvMatrix::cellAt(int row, int column) const
@@ -85,8 +82,8 @@ bool PvMatrix::getRowColumnForPoint(const QPointF& point, int* row, int* column)
 
 QRectF PvMatrix::cellFrameAt(int row, int column) const
 {
-    return QRectF(column * (m_cellSize.width() + m_spacing.width()), row * (m_cellSize.height() + m_spacing.height()),
-                  m_cellSize.width(), m_cellSize.height());
+    return QRectF(column * (m_cellSize.width() + m_spacing.width()),
+        row * (m_cellSize.height() + m_spacing.height()), m_cellSize.width(), m_cellSize.height());
 }
 
 void PvMatrix::setPrototype(std::unique_ptr<PvCell> prototype)
@@ -126,8 +123,15 @@ void PvMatrix::renewRows(int rows, int columns)
     if (m_anchor >= int(m_cells.size()))
         m_anchor = -1;
     m_pressedIndex = -1;
+    keepRadioSelection();
     updateGeometry();
     update();
+}
+
+void PvMatrix::keepRadioSelection()
+{
+    if (m_mode == RadioModeMatrix && !m_allowsEmptySelection && !m_cells.empty() && !selectedCell())
+        selectCellAt(0, 0);
 }
 
 void PvMatrix::addRow()
@@ -208,6 +212,7 @@ void PvMatrix::removeRow(int row)
     else if (m_selectedRow > row)
         --m_selectedRow;
     m_anchor = m_pressedIndex = -1;
+    keepRadioSelection();
     updateGeometry();
     update();
 }
@@ -226,6 +231,7 @@ void PvMatrix::removeColumn(int column)
     else if (m_selectedColumn > column)
         --m_selectedColumn;
     m_anchor = m_pressedIndex = -1;
+    keepRadioSelection();
     updateGeometry();
     update();
 }
@@ -400,7 +406,8 @@ void PvMatrix::selectByMouse(int row, int column, Qt::KeyboardModifiers modifier
                 m_anchor = index;
             }
         } else {
-            const int anchor = (dragging || (modifiers & Qt::ShiftModifier)) && m_anchor >= 0 ? m_anchor : index;
+            const int anchor
+                = (dragging || (modifiers & Qt::ShiftModifier)) && m_anchor >= 0 ? m_anchor : index;
             for (auto& cell : m_cells)
                 cell->setState(PvCell::OffState);
             setSelectionFrom(anchor, index, anchor, true);
@@ -493,7 +500,7 @@ void PvMatrix::finishClick(const PvEvent& event)
     m_selectionChanged = false;
     if (event.clickCount >= 2 && !m_doubleAction.isEmpty()) {
         QPointer<PvMatrix> self(this);
-        sendAction(m_doubleAction, target());
+        pv_sendAction(m_doubleAction, target(), this);
         if (self)
             emit doubleActionTriggered(this);
         return;
@@ -512,10 +519,18 @@ bool PvMatrix::keyDown(const PvEvent& event)
         return false;
     int dr = 0, dc = 0;
     switch (event.key) {
-    case Qt::Key_Up: dr = -1; break;
-    case Qt::Key_Down: dr = 1; break;
-    case Qt::Key_Left: dc = -1; break;
-    case Qt::Key_Right: dc = 1; break;
+    case Qt::Key_Up:
+        dr = -1;
+        break;
+    case Qt::Key_Down:
+        dr = 1;
+        break;
+    case Qt::Key_Left:
+        dc = -1;
+        break;
+    case Qt::Key_Right:
+        dc = 1;
+        break;
     case Qt::Key_Space:
         if (PvCell* c = selectedCell(); c && m_mode == HighlightModeMatrix && c->isEnabled()) {
             c->setState(c->state() == PvCell::OnState ? PvCell::OffState : PvCell::OnState);

@@ -82,7 +82,11 @@ public:
     void sizeToCells();
     /// Whether the cells are drawn over a background colour.
     bool drawsBackground() const { return m_drawsBackground; }
-    void setDrawsBackground(bool draws) { m_drawsBackground = draws; update(); }
+    void setDrawsBackground(bool draws)
+    {
+        m_drawsBackground = draws;
+        update();
+    }
 
     // ---- selection ---------------------------------------------------------------
     PvCell* selectedCell() const override;
@@ -120,6 +124,7 @@ private:
     void selectByMouse(int row, int column, Qt::KeyboardModifiers modifiers, bool dragging);
     void setKeyCell(int row, int column);
     void finishClick(const PvEvent& event);
+    void keepRadioSelection();
 
     Mode m_mode = RadioModeMatrix;
     int m_rows = 0;

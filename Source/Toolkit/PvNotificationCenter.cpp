@@ -19,8 +19,8 @@ PvNotificationCenter* PvNotificationCenter::defaultCenter()
     return center;
 }
 
-int PvNotificationCenter::addObserver(QObject* observer, const QString& name, const void* object,
-                                      Handler handler)
+int PvNotificationCenter::addObserver(
+    QObject* observer, const QString& name, const void* object, Handler handler)
 {
     if (!observer || !handler)
         return 0;
@@ -54,10 +54,12 @@ void PvNotificationCenter::postNotification(const PvNotification& notification)
     std::vector<int> ids;
     ids.reserve(m_observers.size());
     for (const Observer& o : m_observers)
-        if ((o.name.isEmpty() || o.name == notification.name) && (!o.object || o.object == notification.object))
+        if ((o.name.isEmpty() || o.name == notification.name)
+            && (!o.object || o.object == notification.object))
             ids.push_back(o.id);
     for (int id : ids) {
-        auto it = std::find_if(m_observers.begin(), m_observers.end(), [&](const Observer& o) { return o.id == id; });
+        auto it = std::find_if(
+            m_observers.begin(), m_observers.end(), [&](const Observer& o) { return o.id == id; });
         if (it == m_observers.end() || !it->owner)
             continue;
         Handler handler = it->handler; // the registration may go away inside the call
@@ -66,7 +68,8 @@ void PvNotificationCenter::postNotification(const PvNotification& notification)
     std::erase_if(m_observers, [](const Observer& o) { return !o.owner; });
 }
 
-void PvNotificationCenter::postNotification(const QString& name, const void* object, const QVariantMap& userInfo)
+void PvNotificationCenter::postNotification(
+    const QString& name, const void* object, const QVariantMap& userInfo)
 {
     postNotification(PvNotification {name, object, userInfo});
 }

@@ -54,18 +54,19 @@ QSizeF PvResourceProvider::imageSize(int32_t imageID, int state)
 }
 
 bool PvResourceProvider::drawImageWithID(int32_t imageID, int state, QPainter& painter, const QPointF& point,
-                                         QPainter::CompositionMode operation, qreal fraction)
+    QPainter::CompositionMode operation, qreal fraction)
 {
     if (imageID == kImage_None)
         return false;
     const QPixmap p = imageForID(imageID, state);
     if (p.isNull())
         return false;
-    return drawImageWithID(imageID, state, painter, QRectF(point, p.deviceIndependentSize()), operation, fraction);
+    return drawImageWithID(
+        imageID, state, painter, QRectF(point, p.deviceIndependentSize()), operation, fraction);
 }
 
 bool PvResourceProvider::drawImageWithID(int32_t imageID, int state, QPainter& painter, const QRectF& rect,
-                                         QPainter::CompositionMode operation, qreal fraction)
+    QPainter::CompositionMode operation, qreal fraction)
 {
     if (imageID == kImage_None || rect.isEmpty())
         return false;

@@ -45,8 +45,7 @@ public:
     /// defaultResourceProvider() makes one of the new class. An empty factory restores
     /// the base class.
     static void setDefaultResourceProviderClass(Factory factory);
-    template <class T>
-    static void setDefaultResourceProviderClass()
+    template <class T> static void setDefaultResourceProviderClass()
     {
         setDefaultResourceProviderClass([] { return std::make_unique<T>(); });
     }
@@ -64,8 +63,7 @@ public:
     /// compositing operation, fraction the opacity from 0 (invisible) to 1 (clamped).
     /// Draws nothing when there is no picture. Returns whether something was drawn.
     bool drawImageWithID(int32_t imageID, int state, QPainter& painter, const QPointF& point,
-                         QPainter::CompositionMode operation = QPainter::CompositionMode_SourceOver,
-                         qreal fraction = 1.0);
+        QPainter::CompositionMode operation = QPainter::CompositionMode_SourceOver, qreal fraction = 1.0);
     bool drawImageWithID(int32_t imageID, QPainter& painter, const QPointF& point)
     {
         return drawImageWithID(imageID, 0, painter, point);
@@ -73,6 +71,5 @@ public:
 
     /// Draws the picture stretched into rect (the stretchable pictures of tracks and frames).
     bool drawImageWithID(int32_t imageID, int state, QPainter& painter, const QRectF& rect,
-                         QPainter::CompositionMode operation = QPainter::CompositionMode_SourceOver,
-                         qreal fraction = 1.0);
+        QPainter::CompositionMode operation = QPainter::CompositionMode_SourceOver, qreal fraction = 1.0);
 };

@@ -86,7 +86,8 @@ void PvScrollView::applyBackground()
 {
     viewport()->setAutoFillBackground(m_drawsBackground);
     QPalette pal = viewport()->palette();
-    pal.setColor(QPalette::Window, m_backgroundColor.isValid() ? m_backgroundColor : palette().color(QPalette::Base));
+    pal.setColor(
+        QPalette::Window, m_backgroundColor.isValid() ? m_backgroundColor : palette().color(QPalette::Base));
     viewport()->setPalette(pal);
     viewport()->update();
 }

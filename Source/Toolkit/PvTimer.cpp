@@ -8,7 +8,8 @@
 #include <algorithm>
 #include <cmath>
 
-PvTimerProxy::PvTimerProxy(QObject* target, const QByteArray& selector, const QVariant& userInfo, PvTimer* owner)
+PvTimerProxy::PvTimerProxy(
+    QObject* target, const QByteArray& selector, const QVariant& userInfo, PvTimer* owner)
     : m_target(target)
     , m_selector(selector)
     , m_userInfo(userInfo)
@@ -58,8 +59,8 @@ void PvTimerProxy::action()
         callTarget(m_target, m_selector, m_owner);
 }
 
-PvTimer::PvTimer(double interval, QObject* target, const QByteArray& selector, const QVariant& userInfo,
-                 bool repeats)
+PvTimer::PvTimer(
+    double interval, QObject* target, const QByteArray& selector, const QVariant& userInfo, bool repeats)
     : m_interval(std::max(0.0, interval))
     , m_repeats(repeats)
     , m_proxy(target, selector, userInfo, this)
@@ -68,7 +69,7 @@ PvTimer::PvTimer(double interval, QObject* target, const QByteArray& selector, c
 }
 
 PvTimer::PvTimer(double interval, QObject* context, PvTimerProxy::Callback callback, bool repeats,
-                 const QVariant& userInfo)
+    const QVariant& userInfo)
     : m_interval(std::max(0.0, interval))
     , m_repeats(repeats)
     , m_proxy(context, std::move(callback), userInfo, this)

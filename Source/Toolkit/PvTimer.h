@@ -4,13 +4,13 @@
 #include <QByteArray>
 #include <QObject>
 #include <QPointer>
+#include <QTimer>
 #include <QVariant>
 
 #include <functional>
 #include <memory>
 
 class PvTimer;
-class QTimer;
 
 /**
     What a PvTimer calls: a target object and the name of its action, plus caller data.
@@ -69,10 +69,10 @@ public:
     /// A timer of interval seconds (negative values are taken as 0) that calls
     /// selector(PvTimer*) on target. Repeats unless repeats is false.
     PvTimer(double interval, QObject* target, const QByteArray& selector, const QVariant& userInfo = {},
-            bool repeats = true);
+        bool repeats = true);
     /// The same with a callback guarded by context (no call once context is destroyed).
     PvTimer(double interval, QObject* context, PvTimerProxy::Callback callback, bool repeats = true,
-            const QVariant& userInfo = {});
+        const QVariant& userInfo = {});
     ~PvTimer();
     PvTimer(const PvTimer&) = delete;
     PvTimer& operator=(const PvTimer&) = delete;
