@@ -36,7 +36,7 @@ QFont PvDynamicStringView::toolTipFont()
 
 QSize PvDynamicStringView::sizeForString(const QString& text)
 {
-    QSizeF textSize;
+    QSizeF textSize(0, 0);
     if (!text.isEmpty())
         textSize = QFontMetricsF(toolTipFont()).size(0, text);
     const qreal w = std::max(textSize.width(), 4.0) + 2 + 2;

@@ -96,7 +96,6 @@ void PvToolTipWindow::showInView(QWidget* view, const QPointF& position)
     }
     place(position, window);
     show();
-    raise();
 }
 
 void PvToolTipWindow::setPosition(const QPointF& position, QWidget* view)
