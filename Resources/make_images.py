@@ -1,113 +1,183 @@
 #!/usr/bin/env python3
-"""Draws the framework's own pictures into Images/ as PNG files.
+"""Draws the framework's own pictures (textured window frame, bevel) into images/ and
+writes pavo.qrc, which compiles them into PavoUI under :/Pavo/. Run it after changing a
+picture: python3 Resources/make_images.py"""
 
-The pictures are simple enough to be described in code: a splitter grip for browser
-columns and the parts of the octave picker (background, keyboard, range edges and fill),
-each in a light form and a darker "_pro" form. Run it again after changing a drawing;
-the PNG files are committed so that building needs no Python.
-"""
 import os
 import struct
 import zlib
 
 HERE = os.path.dirname(os.path.abspath(__file__))
-OUT = os.path.join(HERE, "Images")
+OUT = os.path.join(HERE, "images")
 
 
-class Canvas:
-    def __init__(self, width, height, fill=(0, 0, 0, 0)):
-        self.w, self.h = width, height
-        self.px = [list(fill) for _ in range(width * height)]
+def write_png(path, width, height, pixel):
+    """pixel(x, y) -> (r, g, b, a) with components 0..255."""
+    rows = bytearray()
+    for y in range(height):
+        rows.append(0)  # filter: none
+        for x in range(width):
+            rows.extend(bytes(max(0, min(255, int(round(c)))) for c in pixel(x, y)))
 
-    def rect(self, x0, y0, x1, y1, colour):
-        for y in range(max(0, y0), min(self.h, y1)):
-            for x in range(max(0, x0), min(self.w, x1)):
-                self.px[y * self.w + x] = list(colour)
+    def chunk(kind, data):
+        body = kind + data
+        return struct.pack(">I", len(data)) + body + struct.pack(">I", zlib.crc32(body) & 0xFFFFFFFF)
 
-    def vgradient(self, x0, y0, x1, y1, top, bottom):
-        span = max(1, y1 - y0 - 1)
-        for y in range(y0, y1):
-            t = (y - y0) / span
-            colour = tuple(round(a + (b - a) * t) for a, b in zip(top, bottom))
-            self.rect(x0, y, x1, y + 1, colour)
-
-    def png(self, name):
-        raw = b"".join(b"\x00" + bytes(c for p in self.px[y * self.w:(y + 1) * self.w] for c in p)
-                       for y in range(self.h))
-
-        def chunk(tag, data):
-            return struct.pack(">I", len(data)) + tag + data + struct.pack(">I", zlib.crc32(tag + data))
-
-        data = (b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", struct.pack(">IIBBBBB", self.w, self.h, 8, 6, 0, 0, 0))
-                + chunk(b"IDAT", zlib.compress(raw, 9)) + chunk(b"IEND", b""))
-        with open(os.path.join(OUT, name + ".png"), "wb") as f:
-            f.write(data)
+    png = b"\x89PNG\r\n\x1a\n"
+    png += chunk(b"IHDR", struct.pack(">IIBBBBB", width, height, 8, 6, 0, 0, 0))
+    png += chunk(b"IDAT", zlib.compress(bytes(rows), 9))
+    png += chunk(b"IEND", b"")
+    with open(path, "wb") as f:
+        f.write(png)
 
 
-def splitter(name, light, dark):
-    c = Canvas(10, 16)
-    c.vgradient(0, 0, 10, 16, light, dark)
-    for y in (5, 8, 11):  # three grip lines
-        c.rect(3, y, 7, y + 1, (90, 90, 90, 255))
-    c.rect(0, 0, 1, 16, (120, 120, 120, 255))
-    c.rect(9, 0, 10, 16, (120, 120, 120, 255))
-    c.png(name)
+def lerp(a, b, t):
+    return a + (b - a) * t
 
 
-def keyboard(name, white_keys, key_w=6, height=22):
-    c = Canvas(white_keys * key_w, height, (250, 250, 250, 255))
-    for k in range(white_keys):
-        c.rect(k * key_w, 0, k * key_w + 1, height, (110, 110, 110, 255))
-    # Black keys follow the C D E F G A B pattern: after C, D, F, G and A.
-    for k in range(white_keys):
-        if k % 7 in (0, 1, 3, 4, 5) and k + 1 < white_keys:
-            x = k * key_w + key_w - 2
-            c.rect(x, 0, x + 4, height * 3 // 5, (25, 25, 25, 255))
-    c.rect(0, height - 1, white_keys * key_w, height, (110, 110, 110, 255))
-    c.png(name)
+def grey(v, a=255):
+    return (v, v, v, a)
 
 
-def background(name, width, top, bottom):
-    c = Canvas(width, 30)
-    c.vgradient(0, 0, width, 30, top, bottom)
-    c.rect(0, 0, width, 1, (150, 150, 150, 255))
-    c.rect(0, 29, width, 30, (150, 150, 150, 255))
-    c.png(name)
+# The metal: a light band at the top that darkens gently towards the bottom.
+TITLE_H = 22
+BOTTOM_H = 10
+SIDE_W = 6
+OUTLINE = 92
+HIGHLIGHT = 250
 
 
-def range_parts(suffix, colour):
-    edge = (colour[0] // 2, colour[1] // 2, colour[2] // 2, 255)
-    fill = (colour[0], colour[1], colour[2], 110)
-    left = Canvas(3, 22, fill)
-    left.rect(0, 0, 2, 22, edge)
-    left.png("octave-L_edge" + suffix)
-    right = Canvas(3, 22, fill)
-    right.rect(1, 0, 3, 22, edge)
-    right.png("octave-R_edge" + suffix)
-    middle = Canvas(1, 22, fill)
-    middle.rect(0, 0, 1, 2, edge)
-    middle.rect(0, 20, 1, 22, edge)
-    middle.png("octave-fill" + suffix)
+def top_shade(y):
+    t = y / (TITLE_H - 1)
+    return lerp(232, 200, t)
+
+
+def body_shade(t):
+    return lerp(200, 178, t)
+
+
+def bottom_shade(y):
+    return lerp(178, 164, y / (BOTTOM_H - 1))
+
+
+def top(x, y):
+    if y == 0:
+        return grey(OUTLINE)
+    if y == 1:
+        return grey(HIGHLIGHT)
+    return grey(top_shade(y))
+
+
+def corner_alpha(x, y, w, h, radius, left, upper):
+    """Coverage of a rounded corner of radius at the outer corner of a w x h piece."""
+    cx = radius if left else w - radius
+    cy = radius if upper else h - radius
+    px, py = x + 0.5, y + 0.5
+    inside_x = px < cx if left else px > cx
+    inside_y = py < cy if upper else py > cy
+    if not (inside_x and inside_y):
+        return 1.0, False
+    d = ((px - cx) ** 2 + (py - cy) ** 2) ** 0.5
+    cover = max(0.0, min(1.0, radius - d + 0.5))
+    edge = abs(d - (radius - 0.5)) < 0.9
+    return cover, edge
+
+
+def top_corner(left):
+    def pixel(x, y):
+        outer = x == 0 if left else x == SIDE_W - 1
+        cover, edge = corner_alpha(x, y, SIDE_W, TITLE_H, 5, left, True)
+        if outer or edge:
+            r, g, b, _ = grey(OUTLINE)
+        else:
+            r, g, b, _ = top(x, y)
+        return (r, g, b, 255 * cover)
+    return pixel
+
+
+def side(left):
+    def pixel(x, y):
+        if (x == 0) if left else (x == SIDE_W - 1):
+            return grey(OUTLINE)
+        if (x == 1) if left else (x == SIDE_W - 2):
+            return grey(214)
+        return grey(190)
+    return pixel
+
+
+def bottom(x, y):
+    if y == BOTTOM_H - 1:
+        return grey(OUTLINE)
+    if y == 0:
+        return grey(150)
+    return grey(bottom_shade(y))
+
+
+def bottom_corner(left):
+    def pixel(x, y):
+        outer = x == 0 if left else x == SIDE_W - 1
+        cover, edge = corner_alpha(x, y, SIDE_W, BOTTOM_H, 4, left, False)
+        if outer or edge:
+            r, g, b, _ = grey(OUTLINE)
+        else:
+            r, g, b, _ = bottom(x, y)
+        return (r, g, b, 255 * cover)
+    return pixel
+
+
+def title_ornament(x, y):
+    # A soft light spot behind the title, fading out to both sides.
+    w = 160
+    t = 1.0 - abs((x + 0.5) - w / 2) / (w / 2)
+    a = 70 * t * t * (1.0 if 2 <= y < TITLE_H - 1 else 0.0)
+    return (255, 255, 255, a)
+
+
+def centre(x, y):
+    return grey(body_shade(y / 63))
+
+
+def bevel_part(kind):
+    def pixel(x, y):
+        h = 24
+        if y == 0:
+            return grey(255, 200)
+        if y == h - 1:
+            return grey(120)
+        shade = lerp(236, 204, y / (h - 1))
+        if kind == "left" and x == 0 or kind == "right" and x == 3:
+            return grey(150)
+        return grey(shade)
+    return pixel
+
+
+PICTURES = [
+    ("PV_TexturedTopLeft", SIDE_W, TITLE_H, top_corner(True)),
+    ("PV_TexturedTopRight", SIDE_W, TITLE_H, top_corner(False)),
+    ("PV_TexturedBottomLeft", SIDE_W, BOTTOM_H, bottom_corner(True)),
+    ("PV_TexturedBottomRight", SIDE_W, BOTTOM_H, bottom_corner(False)),
+    ("PV_TexturedTitle", 160, TITLE_H, title_ornament),
+    ("PV_TexturedTop", 1, TITLE_H, top),
+    ("PV_TexturedLeft", SIDE_W, 1, side(True)),
+    ("PV_TexturedRight", SIDE_W, 1, side(False)),
+    ("PV_TexturedBottom", 1, BOTTOM_H, bottom),
+    ("PV_TexturedCenter", 1, 64, centre),
+    ("PV_BevelLeft", 4, 24, bevel_part("left")),
+    ("PV_BevelMiddle", 1, 24, bevel_part("middle")),
+    ("PV_BevelRight", 4, 24, bevel_part("right")),
+]
 
 
 def main():
     os.makedirs(OUT, exist_ok=True)
-    splitter("PV_BrowserColumnSplitter", (236, 236, 236, 255), (200, 200, 200, 255))
-    splitter("PV_BrowserColumnSplitter_pro", (92, 92, 92, 255), (60, 60, 60, 255))
-    keyboard("octave-glyphKeys", 75)
-    keyboard("octave-glyphKeys-short", 74)
-    background("octave-control-bg", 462, (232, 232, 232, 255), (196, 196, 196, 255))
-    background("octave-control-bg-short", 456, (232, 232, 232, 255), (196, 196, 196, 255))
-    background("octave-control-bg_pro", 462, (80, 80, 80, 255), (50, 50, 50, 255))
-    background("octave-control-bg-short_pro", 456, (80, 80, 80, 255), (50, 50, 50, 255))
-    range_parts("", (40, 120, 230))
-    range_parts("_pro", (250, 160, 40))
-    names = sorted(os.listdir(OUT))
-    with open(os.path.join(HERE, "PavoImages.qrc"), "w") as f:
-        f.write('<!DOCTYPE RCC>\n<RCC version="1.0">\n  <qresource prefix="/Pavo">\n')
-        for n in names:
-            f.write('    <file>Images/%s</file>\n' % n)
-        f.write("  </qresource>\n</RCC>\n")
+    entries = []
+    for name, w, h, pixel in PICTURES:
+        write_png(os.path.join(OUT, name + ".png"), w, h, pixel)
+        entries.append('        <file alias="%s.png">images/%s.png</file>' % (name, name))
+    with open(os.path.join(HERE, "pavo.qrc"), "w") as f:
+        f.write("<!DOCTYPE RCC>\n<RCC version=\"1.0\">\n    <qresource prefix=\"/Pavo\">\n")
+        f.write("\n".join(entries) + "\n")
+        f.write("    </qresource>\n</RCC>\n")
 
 
 if __name__ == "__main__":

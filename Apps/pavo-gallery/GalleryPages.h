@@ -1,0 +1,47 @@
+// The pages of the gallery application.
+#pragma once
+
+#include <QPalette>
+#include <QWidget>
+
+#include <functional>
+
+class QListWidget;
+class QStackedWidget;
+class QCheckBox;
+
+namespace PavoGallery {
+
+/// One page: its title and a function that builds it.
+struct Page {
+    QString title;
+    std::function<QWidget*()> make;
+};
+
+/// Every page, in the order the gallery lists them.
+QList<Page> pages();
+
+/// The two palettes the gallery switches between.
+QPalette lightPalette();
+QPalette darkPalette();
+
+/// The gallery's main window: a list of pages on the left, the current page on the right,
+/// and a switch between the light and the dark palette.
+class GalleryWindow : public QWidget {
+    Q_OBJECT
+public:
+    explicit GalleryWindow(QWidget* parent = nullptr);
+    /// Shows the page at index (ignored out of range) or with title (ignored if unknown).
+    void showPage(int index);
+    void showPage(const QString& title);
+    int pageCount() const;
+    QWidget* currentPage() const;
+    void setDark(bool dark);
+
+private:
+    QListWidget* m_list;
+    QStackedWidget* m_stack;
+    QCheckBox* m_dark;
+};
+
+} // namespace PavoGallery

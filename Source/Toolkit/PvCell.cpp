@@ -1,0 +1,231 @@
+#include "PvCell.h"
+
+#include "PvControl.h"
+
+#include <QApplication>
+#include <QPainter>
+#include <cmath>
+
+namespace {
+
+// Text margins of a cell at each control size, in points.
+constexpr qreal kHorizontalMargin[] = {4.0, 3.0, 2.0};
+constexpr qreal kVerticalMargin[] = {2.0, 1.5, 1.0};
+
+} // namespace
+
+PvCell::PvCell() = default;
+
+PvCell::PvCell(const QString& text)
+    : m_value(text)
+{
+}
+
+PvCell::~PvCell() = default;
+
+std::unique_ptr<PvCell> PvCell::clone() const
+{
+    auto copy = std::make_unique<PvCell>();
+    copySettingsTo(*copy);
+    return copy;
+}
+
+void PvCell::copySettingsTo(PvCell& other) const
+{
+    other.m_state = m_state;
+    other.m_allowsMixedState = m_allowsMixedState;
+    other.m_enabled = m_enabled;
+    other.m_editable = m_editable;
+    other.m_continuous = m_continuous;
+    other.m_hasFont = m_hasFont;
+    other.m_tag = m_tag;
+    other.m_value = m_value;
+    other.m_representedObject = m_representedObject;
+    other.m_font = m_font;
+    other.m_alignment = m_alignment;
+    other.m_controlSize = m_controlSize;
+    other.m_target = m_target;
+    other.m_action = m_action;
+    other.m_sendActionMask = m_sendActionMask;
+    other.m_accessibilityParent = m_accessibilityParent;
+}
+
+void PvCell::setState(int state)
+{
+    int s = state == OffState ? OffState : OnState;
+    if (state == MixedState && m_allowsMixedState)
+        s = MixedState;
+    if (s != m_state) {
+        m_state = s;
+        setNeedsDisplay();
+    }
+}
+
+void PvCell::setHighlighted(bool highlighted)
+{
+    if (highlighted != m_highlighted) {
+        m_highlighted = highlighted;
+        setNeedsDisplay();
+    }
+}
+
+void PvCell::setEnabled(bool enabled)
+{
+    if (enabled != m_enabled) {
+        m_enabled = enabled;
+        setNeedsDisplay();
+    }
+}
+
+void PvCell::setObjectValue(const QVariant& value)
+{
+    m_value = value;
+    setNeedsDisplay();
+}
+
+QString PvCell::stringValue() const
+{
+    return m_value.toString();
+}
+
+double PvCell::doubleValue() const
+{
+    bool ok = false;
+    const double d = m_value.toDouble(&ok);
+    return ok ? d : 0.0;
+}
+
+int PvCell::intValue() const
+{
+    return int(doubleValue());
+}
+
+int32_t PvCell::sendActionOn(int32_t mask)
+{
+    const int32_t old = m_sendActionMask;
+    m_sendActionMask = mask;
+    return old;
+}
+
+bool PvCell::sendAction(PvControl* view)
+{
+    if (!view)
+        return false;
+    if (m_action.isEmpty())
+        return view->sendAction(view->action(), view->target());
+    return view->sendAction(m_action, m_target);
+}
+
+PvControl* PvCell::controlView() const
+{
+    return m_controlView;
+}
+
+void PvCell::setControlView(PvControl* view)
+{
+    m_controlView = view;
+}
+
+void PvCell::setNeedsDisplay()
+{
+    if (m_controlView)
+        m_controlView->updateCell(this);
+}
+
+void PvCell::drawWithFrame(QPainter& painter, const QRectF& frame, PvControl* view)
+{
+    m_controlView = view;
+    if (m_highlighted || m_state != OffState) {
+        const QPalette& pal = view ? view->palette() : QApplication::palette();
+        QColor fill = pal.color(m_enabled ? QPalette::Active : QPalette::Disabled, QPalette::Highlight);
+        if (m_highlighted && m_state != OffState)
+            fill = fill.darker(115);
+        else if (m_highlighted)
+            fill.setAlphaF(0.6f);
+        painter.fillRect(frame, fill);
+    }
+    drawInteriorWithFrame(painter, frame, view);
+}
+
+void PvCell::drawInteriorWithFrame(QPainter& painter, const QRectF& frame, PvControl* view)
+{
+    const QString text = stringValue();
+    if (text.isEmpty())
+        return;
+    const QPalette& pal = view ? view->palette() : QApplication::palette();
+    const bool selected = m_highlighted || m_state != OffState;
+    const QPalette::ColorGroup group = m_enabled ? QPalette::Active : QPalette::Disabled;
+    painter.save();
+    painter.setFont(m_hasFont ? m_font : (view ? view->font() : QApplication::font()));
+    painter.setPen(pal.color(group, selected ? QPalette::HighlightedText : QPalette::Text));
+    const qreal hm = kHorizontalMargin[m_controlSize];
+    const qreal vm = kVerticalMargin[m_controlSize];
+    painter.drawText(frame.adjusted(hm, vm, -hm, -vm), int(m_alignment) | Qt::TextSingleLine, text);
+    painter.restore();
+}
+
+QSizeF PvCell::cellSize() const
+{
+    QFont f = m_hasFont ? m_font : (m_controlView ? m_controlView->font() : QApplication::font());
+    const QFontMetricsF fm(f);
+    const qreal hm = kHorizontalMargin[m_controlSize];
+    const qreal vm = kVerticalMargin[m_controlSize];
+    return QSizeF(std::ceil(fm.horizontalAdvance(stringValue()) + 2 * hm), std::ceil(fm.height() + 2 * vm));
+}
+
+bool PvCell::startTrackingAt(const QPointF& point, PvControl* view)
+{
+    if (!m_enabled)
+        return false;
+    setHighlighted(m_trackingFrame.isEmpty() || m_trackingFrame.contains(point));
+    if (m_sendActionMask & PvLeftMouseDownMask)
+        sendAction(view);
+    return true;
+}
+
+bool PvCell::continueTracking(const QPointF&, const QPointF& currentPoint, PvControl* view)
+{
+    setHighlighted(m_trackingFrame.isEmpty() || m_trackingFrame.contains(currentPoint));
+    if (m_continuous || (m_sendActionMask & PvLeftMouseDraggedMask))
+        sendAction(view);
+    return true;
+}
+
+void PvCell::stopTracking(const QPointF&, const QPointF& stopPoint, PvControl* view, bool mouseIsUp)
+{
+    setHighlighted(false);
+    const bool inside = m_trackingFrame.isEmpty() || m_trackingFrame.contains(stopPoint);
+    if (mouseIsUp && inside && (m_sendActionMask & PvLeftMouseUpMask))
+        sendAction(view);
+}
+
+bool PvCell::trackMouse(const PvEvent& event, const QRectF& frame, PvControl* view, bool untilMouseUp)
+{
+    if (!view)
+        return false;
+    m_controlView = view;
+    m_trackingFrame = frame;
+    return view->trackCell(this, event, frame, untilMouseUp);
+}
+
+bool PvCell::scrollWheel(const PvEvent&, PvControl*)
+{
+    return false;
+}
+
+bool PvCell::keyDown(const PvEvent& event, PvControl* view)
+{
+    if (event.key == Qt::Key_Space && !event.isAutoRepeat && m_enabled) {
+        performClick(view);
+        return true;
+    }
+    return false;
+}
+
+void PvCell::performClick(PvControl* view)
+{
+    if (!m_enabled)
+        return;
+    m_controlView = view;
+    sendAction(view);
+}

@@ -1,0 +1,183 @@
+// The cell: the state and drawing of one control element.
+#pragma once
+
+#include "PvEvent.h"
+
+#include <QAccessible>
+#include <QByteArray>
+#include <QFont>
+#include <QPointer>
+#include <QRectF>
+#include <QVariant>
+
+#include <cstdint>
+#include <memory>
+
+class PvControl;
+class QPainter;
+
+/**
+    A cell keeps the state of one control element (value, state, highlight, tag, target
+    and action) and draws it into the frame its control gives it. Cells are plain C++
+    objects owned by their control (PvControl or PvMatrix); they hold no widget of their
+    own, so a matrix of a thousand cells is cheap.
+
+    Mouse tracking follows one protocol for every cell: startTrackingAt() when the button
+    goes down, continueTracking() for every drag, stopTracking() when the button goes up or
+    the cell gives up. The base class highlights itself while the mouse is inside its frame
+    and sends its action according to its send-action mask (by default when the button is
+    released inside the frame). Value cells override the three calls.
+
+    The target is not owned (a destroyed target is not called). Main thread only.
+
+    @see PvControl, PvMatrix
+*/
+class PvCell {
+public:
+    enum State { MixedState = -1, OffState = 0, OnState = 1 };
+    enum ControlSize { RegularControlSize = 0, SmallControlSize = 1, MiniControlSize = 2 };
+
+    PvCell();
+    explicit PvCell(const QString& text);
+    virtual ~PvCell();
+
+    /// A new cell with the same settings (used by a matrix's prototype). Subclasses with
+    /// state of their own override it; the base copies every setting of this class.
+    virtual std::unique_ptr<PvCell> clone() const;
+
+    // ---- state -------------------------------------------------------------------
+    /// Off, on or mixed. Values other than these three are taken as on; mixed is taken
+    /// as on unless allowsMixedState().
+    int state() const { return m_state; }
+    virtual void setState(int state);
+    bool allowsMixedState() const { return m_allowsMixedState; }
+    void setAllowsMixedState(bool allow) { m_allowsMixedState = allow; }
+    bool isHighlighted() const { return m_highlighted; }
+    void setHighlighted(bool highlighted);
+    bool isEnabled() const { return m_enabled; }
+    virtual void setEnabled(bool enabled);
+    bool isEditable() const { return m_editable; }
+    void setEditable(bool editable) { m_editable = editable; }
+    /// A continuous cell sends its action on every drag while tracking.
+    bool isContinuous() const { return m_continuous; }
+    void setContinuous(bool continuous) { m_continuous = continuous; }
+    int tag() const { return m_tag; }
+    void setTag(int tag) { m_tag = tag; }
+
+    // ---- value -------------------------------------------------------------------
+    /// The value; a null variant when none was set.
+    QVariant objectValue() const { return m_value; }
+    virtual void setObjectValue(const QVariant& value);
+    /// The value as text, number or integer; 0 or "" when it does not convert.
+    QString stringValue() const;
+    virtual double doubleValue() const;
+    float floatValue() const { return float(doubleValue()); }
+    int intValue() const;
+    void setStringValue(const QString& value) { setObjectValue(value); }
+    virtual void setDoubleValue(double value) { setObjectValue(value); }
+    void setFloatValue(float value) { setDoubleValue(value); }
+    void setIntValue(int value) { setObjectValue(value); }
+    /// Caller data carried by the cell; not interpreted.
+    QVariant representedObject() const { return m_representedObject; }
+    void setRepresentedObject(const QVariant& object) { m_representedObject = object; }
+
+    // ---- look --------------------------------------------------------------------
+    /// The font; an unset font means the control's font.
+    QFont font() const { return m_font; }
+    void setFont(const QFont& font)
+    {
+        m_font = font;
+        m_hasFont = true;
+    }
+    bool hasFont() const { return m_hasFont; }
+    Qt::Alignment alignment() const { return m_alignment; }
+    void setAlignment(Qt::Alignment alignment) { m_alignment = alignment; }
+    ControlSize controlSize() const { return m_controlSize; }
+    void setControlSize(ControlSize size) { m_controlSize = size; }
+
+    // ---- target and action -------------------------------------------------------
+    QObject* target() const { return m_target; }
+    void setTarget(QObject* target) { m_target = target; }
+    QByteArray action() const { return m_action; }
+    void setAction(const QByteArray& action) { m_action = action; }
+    /// Sets the event-type mask (PvLeftMouseDownMask, ...) on which tracking sends the
+    /// action; returns the previous mask. The default is PvLeftMouseUpMask.
+    int32_t sendActionOn(int32_t mask);
+    int32_t sendActionMask() const { return m_sendActionMask; }
+    /// Sends the cell's action to its target through view (the sender). A cell without
+    /// an action of its own uses view's action and target. Returns whether a receiver
+    /// was called (view's actionTriggered signal is emitted either way).
+    bool sendAction(PvControl* view);
+
+    // ---- drawing -----------------------------------------------------------------
+    /// The control the cell last drew in or tracked in; null before.
+    PvControl* controlView() const;
+    void setControlView(PvControl* view);
+    /// Draws the cell into frame (in view's coordinates): frame, then interior.
+    virtual void drawWithFrame(QPainter& painter, const QRectF& frame, PvControl* view);
+    /// Draws the content (text) of the cell.
+    virtual void drawInteriorWithFrame(QPainter& painter, const QRectF& frame, PvControl* view);
+    /// The size the cell wants (text plus margins at its control size).
+    virtual QSizeF cellSize() const;
+    /// Asks the control view to redraw the cell.
+    void setNeedsDisplay();
+
+    // ---- tracking ----------------------------------------------------------------
+    /// Called when the button goes down at point (view coordinates). Returns whether the
+    /// cell tracks the mouse; a disabled cell refuses.
+    virtual bool startTrackingAt(const QPointF& point, PvControl* view);
+    /// Called for every drag from lastPoint to currentPoint. Returning false ends tracking.
+    virtual bool continueTracking(const QPointF& lastPoint, const QPointF& currentPoint, PvControl* view);
+    /// Called once when tracking ends: mouseIsUp tells whether the button was released.
+    virtual void stopTracking(
+        const QPointF& lastPoint, const QPointF& stopPoint, PvControl* view, bool mouseIsUp);
+    /**
+        Tracks a press that started with event inside frame. The default hands the press to
+        view (PvControl::trackCell()), which calls the three calls above as the mouse moves.
+        When the view tracks in a nested loop the call returns after the release: true when
+        untilMouseUp is set, else true only if the mouse went up inside frame. Otherwise it
+        returns at once whether tracking started, and the rest follows the view's events.
+    */
+    virtual bool trackMouse(const PvEvent& event, const QRectF& frame, PvControl* view, bool untilMouseUp);
+    /// The frame given to the current or last trackMouse().
+    QRectF trackingFrame() const { return m_trackingFrame; }
+    /// A wheel event over the cell; returns whether it was used. The base uses none.
+    virtual bool scrollWheel(const PvEvent& event, PvControl* view);
+    /// A key press while the control has focus; returns whether it was used. The base
+    /// takes Space as a click.
+    virtual bool keyDown(const PvEvent& event, PvControl* view);
+    /// A click from the keyboard: sends the action when enabled.
+    virtual void performClick(PvControl* view);
+
+    // ---- accessibility -----------------------------------------------------------
+    virtual QAccessible::Role accessibilityRole() const { return QAccessible::StaticText; }
+    /// The parent reported to assistive technology instead of the control's parent;
+    /// not owned, null for none.
+    QObject* accessibilityParent() const { return m_accessibilityParent; }
+    void setAccessibilityParent(QObject* parent) { m_accessibilityParent = parent; }
+
+protected:
+    /// Copies the settings of this class into other (for clone()).
+    void copySettingsTo(PvCell& other) const;
+
+private:
+    int m_state = OffState;
+    bool m_allowsMixedState = false;
+    bool m_highlighted = false;
+    bool m_enabled = true;
+    bool m_editable = false;
+    bool m_continuous = false;
+    bool m_hasFont = false;
+    int m_tag = 0;
+    QVariant m_value;
+    QVariant m_representedObject;
+    QFont m_font;
+    Qt::Alignment m_alignment = Qt::AlignLeft | Qt::AlignVCenter;
+    ControlSize m_controlSize = RegularControlSize;
+    QPointer<QObject> m_target;
+    QByteArray m_action;
+    int32_t m_sendActionMask = PvLeftMouseUpMask;
+    QPointer<PvControl> m_controlView;
+    QRectF m_trackingFrame;
+    QPointer<QObject> m_accessibilityParent;
+};

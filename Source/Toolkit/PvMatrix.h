@@ -1,0 +1,145 @@
+// A grid of cells with selection modes.
+#pragma once
+
+#include "PvControl.h"
+
+#include <vector>
+
+/**
+    A control that lays out cells in rows and columns of equal size and keeps a selection.
+
+    Modes:
+    - RadioModeMatrix: exactly one cell is on (unless empty selection is allowed); a press
+      or a drag selects the cell under the mouse.
+    - HighlightModeMatrix: a cell is highlighted while pressed; releasing inside it toggles
+      its state (cells behave as toggle buttons).
+    - ListModeMatrix: any number of cells is selected: a press selects one, Shift extends
+      from the anchor, Control toggles one, a drag extends from the anchor.
+    - TrackModeMatrix: the cell under the mouse tracks it on its own (value cells).
+
+    The selection is the set of cells whose state is on; selectedCell() is the cell the
+    user acted on last. The action is sent when the mouse goes up (on every change when the
+    matrix is continuous) and after a keyboard move; a double click sends the double action
+    when there is one. Out-of-range rows and columns are ignored (null cells, no-ops).
+
+    New cells are copies of the prototype cell (a plain PvCell when none is set). The
+    matrix owns its cells and its prototype. Main thread only.
+*/
+class PvMatrix : public PvControl {
+    Q_OBJECT
+public:
+    enum Mode { RadioModeMatrix = 0, HighlightModeMatrix = 1, ListModeMatrix = 2, TrackModeMatrix = 3 };
+
+    explicit PvMatrix(QWidget* parent = nullptr);
+    PvMatrix(Mode mode, int rows, int columns, QWidget* parent = nullptr);
+    ~PvMatrix() override;
+
+    Mode mode() const { return m_mode; }
+    void setMode(Mode mode);
+    bool allowsEmptySelection() const { return m_allowsEmptySelection; }
+    void setAllowsEmptySelection(bool allow) { m_allowsEmptySelection = allow; }
+    bool isContinuous() const { return m_continuous; }
+    void setContinuous(bool continuous) { m_continuous = continuous; }
+
+    // ---- cells -------------------------------------------------------------------
+    int numberOfRows() const { return m_rows; }
+    int numberOfColumns() const { return m_columns; }
+    /// The cell at row and column; null out of range.
+    PvCell* cellAt(int row, int column) const;
+    /// The first cell with tag; null when none has it.
+    PvCell* cellWithTag(int tag) const;
+    /// Finds row and column of cell; false when the cell is not in this matrix.
+    bool getRowColumnOfCell(const PvCell* cell, int* row, int* column) const;
+    /// Finds the row and column under point (control coordinates); false when the point
+    /// is outside every cell (on spacing or outside the grid).
+    bool getRowColumnForPoint(const QPointF& point, int* row, int* column) const;
+    QRectF cellFrameAt(int row, int column) const;
+
+    /// The cell copied for new cells; null when none is set.
+    PvCell* prototype() const { return m_prototype.get(); }
+    void setPrototype(std::unique_ptr<PvCell> prototype);
+    /// A new cell for row and column: a copy of the prototype, or a plain cell.
+    virtual std::unique_ptr<PvCell> makeCell(int row, int column) const;
+
+    void addRow();
+    void addColumn();
+    void insertRow(int row);
+    void insertColumn(int column);
+    void removeRow(int row);
+    void removeColumn(int column);
+    /// Resizes the grid to rows x columns, keeping the cells that still fit.
+    void renewRows(int rows, int columns);
+    /// Replaces the cell at row and column; ignored out of range.
+    void putCell(std::unique_ptr<PvCell> cell, int row, int column);
+    std::vector<PvCell*> cells() const;
+
+    // ---- geometry ----------------------------------------------------------------
+    QSizeF cellSize() const { return m_cellSize; }
+    void setCellSize(const QSizeF& size);
+    QSizeF intercellSpacing() const { return m_spacing; }
+    void setIntercellSpacing(const QSizeF& spacing);
+    /// Resizes the matrix to exactly hold its cells and spacing.
+    void sizeToCells();
+    /// Whether the cells are drawn over a background colour.
+    bool drawsBackground() const { return m_drawsBackground; }
+    void setDrawsBackground(bool draws)
+    {
+        m_drawsBackground = draws;
+        update();
+    }
+
+    // ---- selection ---------------------------------------------------------------
+    PvCell* selectedCell() const override;
+    int selectedRow() const { return m_selectedRow; }
+    int selectedColumn() const { return m_selectedColumn; }
+    std::vector<PvCell*> selectedCells() const;
+    /// Selects the cell at row and column (in radio mode deselecting the others); row -1
+    /// clears the selection where empty selection is allowed (radio) or always (list).
+    void selectCellAt(int row, int column);
+    bool selectCellWithTag(int tag);
+    void selectAll();
+    void deselectAllCells();
+    /// Selects the cells between the two positions in reading order (list mode).
+    void setSelectionFrom(int startIndex, int endIndex, int anchorIndex, bool select);
+
+    QByteArray doubleAction() const { return m_doubleAction; }
+    void setDoubleAction(const QByteArray& action) { m_doubleAction = action; }
+
+    PvCell* cellAtPoint(const QPointF& point, QRectF* frame = nullptr) const override;
+    QRectF frameOfCell(const PvCell* cell) const override;
+    QSize sizeHint() const override;
+    QAccessible::Role accessibilityRole() const override { return QAccessible::List; }
+
+protected:
+    void mouseDown(const PvEvent& event) override;
+    void mouseDragged(const PvEvent& event) override;
+    void mouseUp(const PvEvent& event) override;
+    bool keyDown(const PvEvent& event) override;
+    void drawRect(QPainter& painter, const QRectF& dirtyRect) override;
+    void forEachCell(const std::function<void(PvCell*)>& f) override;
+    void didStopTracking(PvCell* cell, bool mouseIsUp, bool mouseInside) override;
+
+private:
+    int indexOf(int row, int column) const { return row * m_columns + column; }
+    void selectByMouse(int row, int column, Qt::KeyboardModifiers modifiers, bool dragging);
+    void setKeyCell(int row, int column);
+    void finishClick(const PvEvent& event);
+    void keepRadioSelection();
+
+    Mode m_mode = RadioModeMatrix;
+    int m_rows = 0;
+    int m_columns = 0;
+    std::vector<std::unique_ptr<PvCell>> m_cells; // row-major
+    std::unique_ptr<PvCell> m_prototype;
+    QSizeF m_cellSize {100.0, 17.0};
+    QSizeF m_spacing {1.0, 1.0};
+    int m_selectedRow = -1;
+    int m_selectedColumn = -1;
+    int m_anchor = -1; // index where a list selection by Shift or drag starts
+    int m_pressedIndex = -1; // cell pressed in highlight mode
+    bool m_allowsEmptySelection = false;
+    bool m_continuous = false;
+    bool m_drawsBackground = false;
+    bool m_selectionChanged = false;
+    QByteArray m_doubleAction;
+};

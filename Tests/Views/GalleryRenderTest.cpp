@@ -1,0 +1,69 @@
+// Renders every gallery page, light and dark, to PNG for a person to look at.
+#include <Pavo/PavoUI.h>
+
+#include "TestSupport.h"
+
+#include <QDir>
+#include <QTest>
+#include <gtest/gtest.h>
+
+#ifdef PAVO_HAVE_GALLERY
+#include "GalleryPages.h"
+
+namespace {
+
+// Whether the picture has more than a handful of colours (something was drawn).
+bool hasContent(const QImage& image)
+{
+    QSet<QRgb> colours;
+    for (int y = 0; y < image.height(); y += 7)
+        for (int x = 0; x < image.width(); x += 7)
+            colours.insert(image.pixel(x, y));
+    return colours.size() > 8;
+}
+
+QString fileName(const QString& title, bool dark)
+{
+    QString name = title.toLower();
+    name.replace(' ', '-');
+    return QDir(PavoTest::outputDir())
+        .filePath(QString("gallery-%1-%2.png").arg(name, dark ? "dark" : "light"));
+}
+
+} // namespace
+
+TEST(Gallery, RendersEveryPageInBothPalettes)
+{
+    PavoGallery::GalleryWindow window;
+    window.resize(980, 640);
+    window.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    const auto pages = PavoGallery::pages();
+    ASSERT_EQ(window.pageCount(), pages.size());
+    for (bool dark : {false, true}) {
+        window.setDark(dark);
+        for (int i = 0; i < pages.size(); ++i) {
+            window.showPage(i);
+            QApplication::processEvents();
+            const QImage shot = window.grab().toImage();
+            ASSERT_FALSE(shot.isNull());
+            EXPECT_TRUE(hasContent(shot)) << pages[i].title.toStdString();
+            EXPECT_TRUE(shot.save(fileName(pages[i].title, dark)))
+                << fileName(pages[i].title, dark).toStdString();
+        }
+    }
+    // The tool tip is a window of its own: show it on the tool-tip page and render it too.
+    window.showPage("Tool tip");
+    auto* pad = window.currentPage()->findChild<QWidget*>("tipPad");
+    ASSERT_NE(pad, nullptr);
+    QTest::mousePress(pad, Qt::LeftButton, {}, QPoint(80, 60));
+    PvToolTipWindow* tip = PvToolTipWindow::existingToolTipWindow();
+    ASSERT_NE(tip, nullptr);
+    EXPECT_TRUE(tip->isVisible());
+    EXPECT_EQ(tip->pos(), pad->mapToGlobal(QPoint(80, 60 + 21)));
+    EXPECT_TRUE(tip->grab().save(QDir(PavoTest::outputDir()).filePath("gallery-tool-tip-window.png")));
+    QTest::mouseRelease(pad, Qt::LeftButton, {}, QPoint(80, 60));
+    EXPECT_FALSE(tip->isVisible());
+    window.setDark(false);
+}
+#endif
