@@ -68,8 +68,9 @@ QByteArray decompressedData(const QByteArray& data)
 
     // The first buffer is one and a half times the input. A one-byte input gets no room to
     // grow, so inflate finds no room and fails on it, as it always has. Otherwise the
-    // buffer doubles when full (growing by half the input each time, as the original did,
-    // gives the same bytes but costs quadratic copying on highly compressed data).
+    // buffer grows geometrically when full (growing by half the input each time, as the
+    // original did, gives the same bytes but costs quadratic copying on highly compressed
+    // data).
     const qsizetype length = data.size();
     const qsizetype step = length / 2;
     QByteArray out(length + step, Qt::Uninitialized);
@@ -90,8 +91,20 @@ QByteArray decompressedData(const QByteArray& data)
 
     int result = Z_OK;
     for (;;) {
-        if (produced == out.size() && step > 0)
-            out.resize(out.size() + std::max(step, out.size()));
+        if (produced == out.size() && step > 0) {
+            // At least double; and when the ratio so far predicts a larger total, go most of
+            // the way there at once (up to 16 times), so that a highly compressed stream is
+            // not copied from buffer to buffer on its way up. The cap keeps an early run of
+            // zeros in a long stream from asking for far more memory than it will use.
+            qsizetype grown = out.size() + std::max(step, out.size());
+            if (stream.total_in > 0) {
+                const double predicted = double(produced) * double(length) / double(stream.total_in) * 1.05;
+                const double cap = double(out.size()) * 16.0;
+                if (predicted > double(grown))
+                    grown = qsizetype(std::min(predicted, cap));
+            }
+            out.resize(grown);
+        }
         if (stream.avail_in == 0 && consumed < length)
             feed();
         const qsizetype room = std::min(out.size() - produced, kSlice);
