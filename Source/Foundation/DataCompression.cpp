@@ -35,14 +35,29 @@ QByteArray compressedData(const QByteArray& data)
 
 namespace {
 
-// Output is handed to inflate in slices of this size at most, each one faulted in by a
-// single call just before inflate writes it (see prefault).
+// Output is handed to inflate in slices of this size at most, each one mapped by a single
+// call just before inflate writes it (see prefault).
 constexpr qsizetype kSlice = qsizetype(4) << 20;
 
-// Maps the pages of a slice of the output in one system call. Highly compressed streams
-// fill tens of megabytes in a few milliseconds, and taking one page fault per 4 KiB page
-// while inflate writes costs a good part of that time. Only a hint: if the kernel does not
-// know it, the pages fault in as usual.
+// Memory hints for large output buffers. Highly compressed streams fill tens of megabytes
+// in a few milliseconds, and taking one page fault per 4 KiB page while inflate writes
+// costs a good part of that time: a buffer of several megabytes asks for huge pages, and
+// each slice is mapped in one call before inflate writes it. Only hints: when the kernel
+// does not know them or has no huge pages free, pages fault in as usual.
+void adviseHugePages(char* begin, qsizetype size)
+{
+#if defined(__linux__) && defined(MADV_HUGEPAGE)
+    constexpr uintptr_t kHuge = uintptr_t(2) << 20;
+    const uintptr_t first = (reinterpret_cast<uintptr_t>(begin) + kHuge - 1) & ~(kHuge - 1);
+    const uintptr_t last = (reinterpret_cast<uintptr_t>(begin) + uintptr_t(size)) & ~(kHuge - 1);
+    if (last > first)
+        madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
+#else
+    (void)begin;
+    (void)size;
+#endif
+}
+
 void prefault(char* begin, qsizetype size)
 {
 #if defined(__linux__) && defined(MADV_POPULATE_WRITE)
@@ -104,6 +119,7 @@ QByteArray decompressedData(const QByteArray& data)
                     grown = qsizetype(std::min(predicted, cap));
             }
             out.resize(grown);
+            adviseHugePages(out.data() + produced, out.size() - produced);
         }
         if (stream.avail_in == 0 && consumed < length)
             feed();
