@@ -143,6 +143,87 @@ __attribute__((target("pclmul,sse4.1"))) uint32_t crc32Fold(
     return crc32Tables(reg, p, length);
 }
 
+// The same folding on 512-bit registers, four 128-bit lanes each: four registers fold
+// over 256-byte steps, then into one register, whose lanes fold into one 128-bit value
+// that the loop above finishes. length >= 256.
+constexpr uint64_t kFold2048Low = foldConstant(2048 + 32);
+constexpr uint64_t kFold2048High = foldConstant(2048 - 32);
+constexpr uint64_t kFold384Low = foldConstant(384 + 32);
+constexpr uint64_t kFold384High = foldConstant(384 - 32);
+constexpr uint64_t kFold256Low = foldConstant(256 + 32);
+constexpr uint64_t kFold256High = foldConstant(256 - 32);
+
+__attribute__((target("avx512f,vpclmulqdq"))) inline __m512i fold512(__m512i x, __m512i k, __m512i next)
+{
+    // 0x96: the exclusive or of all three operands.
+    return _mm512_ternarylogic_epi64(
+        _mm512_clmulepi64_epi128(x, k, 0x00), _mm512_clmulepi64_epi128(x, k, 0x11), next, 0x96);
+}
+
+__attribute__((target("avx512f"))) inline __m512i load(const unsigned char* q)
+{
+    return _mm512_loadu_si512(q);
+}
+
+__attribute__((target("avx512f,vpclmulqdq,pclmul,sse4.1"))) uint32_t crc32FoldWide(
+    uint32_t reg, const unsigned char* p, size_t length)
+{
+    __m512i x0 = _mm512_xor_si512(load(p), _mm512_castsi128_si512(_mm_cvtsi32_si128(int(reg))));
+    __m512i x1 = load(p + 64);
+    __m512i x2 = load(p + 128);
+    __m512i x3 = load(p + 192);
+    p += 256;
+    length -= 256;
+
+    const __m512i k2048 = _mm512_set4_epi64(
+        int64_t(kFold2048High), int64_t(kFold2048Low), int64_t(kFold2048High), int64_t(kFold2048Low));
+    while (length >= 256) {
+        x0 = fold512(x0, k2048, load(p));
+        x1 = fold512(x1, k2048, load(p + 64));
+        x2 = fold512(x2, k2048, load(p + 128));
+        x3 = fold512(x3, k2048, load(p + 192));
+        p += 256;
+        length -= 256;
+    }
+
+    const __m512i k512 = _mm512_set4_epi64(
+        int64_t(kFold512High), int64_t(kFold512Low), int64_t(kFold512High), int64_t(kFold512Low));
+    __m512i x = fold512(x0, k512, x1);
+    x = fold512(x, k512, x2);
+    x = fold512(x, k512, x3);
+
+    // Lanes 0, 1 and 2 lie 384, 256 and 128 bits before lane 3.
+    const __m512i kLanes = _mm512_set_epi64(0, 0, int64_t(kFold128High), int64_t(kFold128Low),
+        int64_t(kFold256High), int64_t(kFold256Low), int64_t(kFold384High), int64_t(kFold384Low));
+    const __m512i folded = _mm512_xor_si512(
+        _mm512_clmulepi64_epi128(x, kLanes, 0x00), _mm512_clmulepi64_epi128(x, kLanes, 0x11));
+    // Through memory: GCC 12 warns wrongly about its own lane-extract intrinsics.
+    unsigned char lanes[64];
+    unsigned char folds[64];
+    _mm512_storeu_si512(lanes, x);
+    _mm512_storeu_si512(folds, folded);
+    auto lane = [](const unsigned char* q) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(q)); };
+    __m128i r = _mm_xor_si128(lane(lanes + 48), lane(folds));
+    r = _mm_xor_si128(r, _mm_xor_si128(lane(folds + 16), lane(folds + 32)));
+
+    const __m128i k128 = _mm_set_epi64x(int64_t(kFold128High), int64_t(kFold128Low));
+    while (length >= 16) {
+        r = _mm_xor_si128(fold(r, k128), _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)));
+        p += 16;
+        length -= 16;
+    }
+    unsigned char last[16];
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(last), r);
+    reg = crc32Tables(0, last, 16);
+    return crc32Tables(reg, p, length);
+}
+
+bool hasWideCarrylessMultiply()
+{
+    __builtin_cpu_init();
+    return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("vpclmulqdq");
+}
+
 bool hasCarrylessMultiply()
 {
     __builtin_cpu_init();
@@ -171,6 +252,8 @@ uint32_t PVCRC32(uint32_t crc, const unsigned char* data, uint32_t length)
         return 0;
     uint32_t reg = ~crc;
 #ifdef PV_CRC32_FOLDING
+    if (length >= 1024 && hasWideCarrylessMultiply())
+        return ~crc32FoldWide(reg, data, length);
     if (length >= 64 && hasCarrylessMultiply())
         return ~crc32Fold(reg, data, length);
 #endif

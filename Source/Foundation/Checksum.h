@@ -24,8 +24,9 @@ uint16_t PVCRC16(const char* text);
 /// previous result to go on with the next piece of the data. The result always equals
 /// zlib's crc32(crc, data, length), for any split of the data. A null `data` returns 0.
 ///
-/// Long buffers are folded with carry-less multiplication where the processor has it
-/// (chosen at run time); other processors use 256-entry tables, eight bytes per step.
+/// Buffers of 64 bytes and more are folded with carry-less multiplication where the
+/// processor has it (PCLMULQDQ, or VPCLMULQDQ with AVX-512 from 1 KiB on; chosen at run
+/// time); other processors and short buffers use 256-entry tables, eight bytes per step.
 uint32_t PVCRC32(uint32_t crc, const unsigned char* data, uint32_t length);
 
 } // extern "C"

@@ -35,14 +35,29 @@ QByteArray compressedData(const QByteArray& data)
 
 namespace {
 
-// Output is handed to inflate in slices of this size at most, each one faulted in by a
-// single call just before inflate writes it (see prefault).
+// Output is handed to inflate in slices of this size at most, each one mapped by a single
+// call just before inflate writes it (see prefault).
 constexpr qsizetype kSlice = qsizetype(4) << 20;
 
-// Maps the pages of a slice of the output in one system call. Highly compressed streams
-// fill tens of megabytes in a few milliseconds, and taking one page fault per 4 KiB page
-// while inflate writes costs a good part of that time. Only a hint: if the kernel does not
-// know it, the pages fault in as usual.
+// Memory hints for large output buffers. Highly compressed streams fill tens of megabytes
+// in a few milliseconds, and taking one page fault per 4 KiB page while inflate writes
+// costs a good part of that time: a buffer of several megabytes asks for huge pages, and
+// each slice is mapped in one call before inflate writes it. Only hints: when the kernel
+// does not know them or has no huge pages free, pages fault in as usual.
+void adviseHugePages(char* begin, qsizetype size)
+{
+#if defined(__linux__) && defined(MADV_HUGEPAGE)
+    constexpr uintptr_t kHuge = uintptr_t(2) << 20;
+    const uintptr_t first = (reinterpret_cast<uintptr_t>(begin) + kHuge - 1) & ~(kHuge - 1);
+    const uintptr_t last = (reinterpret_cast<uintptr_t>(begin) + uintptr_t(size)) & ~(kHuge - 1);
+    if (last > first)
+        madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
+#else
+    (void)begin;
+    (void)size;
+#endif
+}
+
 void prefault(char* begin, qsizetype size)
 {
 #if defined(__linux__) && defined(MADV_POPULATE_WRITE)
@@ -68,8 +83,9 @@ QByteArray decompressedData(const QByteArray& data)
 
     // The first buffer is one and a half times the input. A one-byte input gets no room to
     // grow, so inflate finds no room and fails on it, as it always has. Otherwise the
-    // buffer doubles when full (growing by half the input each time, as the original did,
-    // gives the same bytes but costs quadratic copying on highly compressed data).
+    // buffer grows geometrically when full (growing by half the input each time, as the
+    // original did, gives the same bytes but costs quadratic copying on highly compressed
+    // data).
     const qsizetype length = data.size();
     const qsizetype step = length / 2;
     QByteArray out(length + step, Qt::Uninitialized);
@@ -90,8 +106,21 @@ QByteArray decompressedData(const QByteArray& data)
 
     int result = Z_OK;
     for (;;) {
-        if (produced == out.size() && step > 0)
-            out.resize(out.size() + std::max(step, out.size()));
+        if (produced == out.size() && step > 0) {
+            // At least double; and when the ratio so far predicts a larger total, go most of
+            // the way there at once (up to 16 times), so that a highly compressed stream is
+            // not copied from buffer to buffer on its way up. The cap keeps an early run of
+            // zeros in a long stream from asking for far more memory than it will use.
+            qsizetype grown = out.size() + std::max(step, out.size());
+            if (stream.total_in > 0) {
+                const double predicted = double(produced) * double(length) / double(stream.total_in) * 1.05;
+                const double cap = double(out.size()) * 16.0;
+                if (predicted > double(grown))
+                    grown = qsizetype(std::min(predicted, cap));
+            }
+            out.resize(grown);
+            adviseHugePages(out.data() + produced, out.size() - produced);
+        }
         if (stream.avail_in == 0 && consumed < length)
             feed();
         const qsizetype room = std::min(out.size() - produced, kSlice);

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <thread>
 
 namespace {
@@ -80,11 +81,14 @@ TEST(PVNanoTimer, MeasuresRealTimeOnTheMonotonicClock)
     EXPECT_GE(t->nanoseconds(), 19000000u);
     EXPECT_LT(t->nanoseconds(), 5000000000u);
     EXPECT_TRUE(t->description().endsWith(QStringLiteral("ms"))) << t->description().toStdString();
-    // An empty run costs about the calibrated overhead, which is taken off again.
-    t->reset();
+    // An empty run costs about the calibrated overhead, which is taken off again. The
+    // machine may preempt any single run, so the quickest of many is what is checked.
+    uint64_t quickest = UINT64_MAX;
     for (int i = 0; i < 100; ++i) {
+        t->reset();
         t->start();
         t->stop();
+        quickest = std::min(quickest, t->nanoseconds());
     }
-    EXPECT_LT(t->nanoseconds(), 100000u);
+    EXPECT_LT(quickest, 1000u);
 }
