@@ -59,7 +59,7 @@ public:
 
     /// Volume by 1-based index in mount-table order (the default volume is index 1),
     /// as the classic volume walk asks for it. nsvErr past the last volume.
-    /// The mount table is read again when index is 1.
+    /// The mount table is read again whenever the kernel reports a mount or unmount.
     static OSErr VolumeInfoByIndex(int index, PvVolumeInfo* out);
 
     /// Volume by reference number; nsvErr when no mounted volume has it.
