@@ -13,10 +13,21 @@
 
 namespace {
 
+void removeScratchFile();
+
+// The file the inputs are written to, one per process, removed at exit.
 QString scratchFile()
 {
-    static const QString path = QDir::tempPath() + QStringLiteral("/pavo-fuzz-pmname-%1.bin").arg(::getpid());
+    static const QString path = [] {
+        std::atexit(removeScratchFile);
+        return QDir::tempPath() + QStringLiteral("/pavo-fuzz-pmname-%1.bin").arg(::getpid());
+    }();
     return path;
+}
+
+void removeScratchFile()
+{
+    QFile::remove(scratchFile());
 }
 
 } // namespace

@@ -16,6 +16,7 @@
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -61,6 +62,9 @@ struct State {
     QHash<Key, int32_t> dirIDs; // folder -> directory ID (within its volume)
     QHash<std::pair<int16_t, int32_t>, Key> folders; // (volume, directory ID) -> folder
     QHash<std::pair<Key, QByteArray>, QString> shortNames; // (folder, shortened name) -> real name
+    int mountFd = -1; // /proc/self/mountinfo, kept open to learn of mounts by poll()
+    pid_t mountPid = 0; // the process and mount namespace that descriptor belongs to
+    quint64 mountNs = 0;
 };
 
 State& state()
@@ -160,13 +164,53 @@ struct MountEntry {
     QString source;
 };
 
-QList<MountEntry> readMountTable()
+quint64 mountNamespace()
+{
+    struct stat st;
+    return ::stat("/proc/self/ns/mnt", &st) == 0 ? quint64(st.st_ino) : 0;
+}
+
+// Whether the mount table may have changed since it was last read. The kernel marks an
+// open /proc/self/mountinfo with a priority event at every mount and unmount, so most
+// lookups need no new reading of the table. A descriptor from another process (after
+// fork) or another mount namespace tells nothing and counts as a change.
+bool mountTableChanged(State& s)
+{
+    if (s.mountFd < 0 || s.mountPid != ::getpid() || s.mountNs != mountNamespace())
+        return true;
+    struct pollfd event = {s.mountFd, POLLPRI, 0};
+    return ::poll(&event, 1, 0) != 0;
+}
+
+// Reads the whole mount table, through the kept descriptor (which clears its event).
+QByteArray readMountInfo(State& s)
+{
+    if (s.mountFd < 0 || s.mountPid != ::getpid() || s.mountNs != mountNamespace()) {
+        if (s.mountFd >= 0)
+            ::close(s.mountFd);
+        s.mountFd = ::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC);
+        s.mountPid = ::getpid();
+        s.mountNs = mountNamespace();
+    }
+    QByteArray text;
+    if (s.mountFd < 0 || ::lseek(s.mountFd, 0, SEEK_SET) != 0)
+        return text;
+    char chunk[8192];
+    for (;;) {
+        const ssize_t n = ::read(s.mountFd, chunk, sizeof chunk);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+            break;
+        text.append(chunk, n);
+    }
+    return text;
+}
+
+QList<MountEntry> readMountTable(State& s)
 {
     QList<MountEntry> entries;
-    QFile file(QStringLiteral("/proc/self/mountinfo"));
-    if (!file.open(QIODevice::ReadOnly))
-        return entries;
-    const QList<QByteArray> lines = file.readAll().split('\n');
+    const QList<QByteArray> lines = readMountInfo(s).split('\n');
     for (const QByteArray& line : lines) {
         const QList<QByteArray> fields = line.split(' ');
         const qsizetype dash = fields.indexOf("-");
@@ -191,7 +235,7 @@ QList<MountEntry> readMountTable()
 // Call with the lock held.
 void refreshVolumes(State& s)
 {
-    QList<MountEntry> table = readMountTable();
+    QList<MountEntry> table = readMountTable(s);
     // The default volume is walked (and numbered) first.
     std::stable_partition(
         table.begin(), table.end(), [](const MountEntry& e) { return e.mountPoint == QLatin1String("/"); });
@@ -236,7 +280,7 @@ void refreshVolumes(State& s)
 
 void ensureVolumes(State& s)
 {
-    if (s.order.isEmpty())
+    if (s.order.isEmpty() || mountTableChanged(s))
         refreshVolumes(s);
 }
 
@@ -277,7 +321,7 @@ const Volume* volumeForPath(State& s, const QString& path)
 {
     if (!path.startsWith(QLatin1Char('/')))
         return nullptr;
-    refreshVolumes(s);
+    ensureVolumes(s);
     const Volume* best = nullptr;
     for (int i : std::as_const(s.order)) {
         const Volume& v = s.volumes[i];
@@ -574,8 +618,7 @@ OSErr PvCatalog::VolumeInfoByIndex(int index, PvVolumeInfo* out)
         return paramErr;
     State& s = state();
     QMutexLocker locker(&s.lock);
-    if (index == 1 || s.order.isEmpty())
-        refreshVolumes(s);
+    ensureVolumes(s);
     if (index < 1 || index > s.order.size())
         return nsvErr;
     *out = infoOf(s.volumes[s.order[index - 1]]);
@@ -784,7 +827,7 @@ QString PvCatalog::PosixPathFromHFS(const QString& hfsPath)
         const QString volumeName = parts.takeFirst();
         State& s = state();
         QMutexLocker locker(&s.lock);
-        refreshVolumes(s);
+        ensureVolumes(s);
         for (int i : std::as_const(s.order)) {
             if (s.volumes[i].name.compare(volumeName, Qt::CaseInsensitive) == 0) {
                 base = s.volumes[i].mountPoint;

@@ -14,7 +14,8 @@
 // - A volume's name is the last component of its mount point (a file system mounted at
 //   /media/user/Drums is "Drums"). The default volume is named after the label of its
 //   device (/dev/disk/by-label) and, when it has none, "Linux HD". A ':' in a volume
-//   name is shown as '/', as HFS shows it.
+//   name is shown as '/', as HFS shows it. Names need not be unique: an HFS path names
+//   the first volume of that name (compared without regard to case) in walk order.
 // - Folders get 32-bit directory IDs: the root folder of every volume is 2 and its
 //   parent is 1 (fsRtParID), as on HFS. Other folders use their inode number when it is
 //   above 2 and fits in 31 bits (so the ID is the same in every process), otherwise an
@@ -59,7 +60,7 @@ public:
 
     /// Volume by 1-based index in mount-table order (the default volume is index 1),
     /// as the classic volume walk asks for it. nsvErr past the last volume.
-    /// The mount table is read again when index is 1.
+    /// The mount table is read again whenever the kernel reports a mount or unmount.
     static OSErr VolumeInfoByIndex(int index, PvVolumeInfo* out);
 
     /// Volume by reference number; nsvErr when no mounted volume has it.
