@@ -1,7 +1,8 @@
 // Every sample converter on 4096-sample blocks that stay in the cache. Each iteration
-// times 8 calls of the converter on the current path, 8 memcpy calls of the same number
-// of output bytes and 8 calls of the converter on the portable path, one after the other,
-// in thread CPU time, so that the ratios compare runs under the same machine load:
+// times 32 calls of the converter on the current path, 32 memcpy calls of the same
+// number of output bytes and 32 calls of the converter on the portable path, one after
+// the other, in thread CPU time (the shared machine preempts often; a preempted thread
+// is not charged), so that the ratios compare runs under the same machine load:
 //   samples/s    converter samples per second (items_per_second)
 //   x_memcpy     memcpy time / converter time (1.0 = as fast as copying the output)
 //   x_scalar     portable-path time / converter time
@@ -52,9 +53,9 @@ Buffers& buffers()
     return b;
 }
 
-constexpr int kRepeats = 8;
+constexpr int kRepeats = 32;
 
-double threadSeconds()
+double nowSeconds()
 {
     timespec t;
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
@@ -64,12 +65,12 @@ double threadSeconds()
 // Seconds for one call, from kRepeats calls.
 template <class Call> double seconds(Call call)
 {
-    const double t0 = threadSeconds();
+    const double t0 = nowSeconds();
     for (int k = 0; k < kRepeats; ++k) {
         call();
         benchmark::ClobberMemory();
     }
-    return (threadSeconds() - t0) / kRepeats;
+    return (nowSeconds() - t0) / kRepeats;
 }
 
 // `run(path)` converts one block; `outBytes` is what the converter writes.

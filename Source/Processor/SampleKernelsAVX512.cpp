@@ -8,7 +8,9 @@
 
 // GCC 12 reports the deliberately undefined pass-through operands inside its own
 // AVX-512 intrinsics as maybe-uninitialised.
+#if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
 
 #include <immintrin.h>
 
