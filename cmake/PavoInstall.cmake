@@ -17,6 +17,9 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/PavoConfigVersion.cmake
 install(FILES ${PROJECT_BINARY_DIR}/PavoConfig.cmake ${PROJECT_BINARY_DIR}/PavoConfigVersion.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Pavo)
 
+# pkg-config files locate the prefix from their own folder, so an installed tree can move.
+file(RELATIVE_PATH PAVO_PC_RELATIVE_PREFIX ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" PAVO_PC_RELATIVE_PREFIX "${PAVO_PC_RELATIVE_PREFIX}")
 foreach(pc IN ITEMS pavo-core pavo-ui)
   configure_file(${PROJECT_SOURCE_DIR}/cmake/${pc}.pc.in ${PROJECT_BINARY_DIR}/${pc}.pc @ONLY)
   install(FILES ${PROJECT_BINARY_DIR}/${pc}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -1,0 +1,37 @@
+file(REMOVE_RECURSE ${WORK_DIR})
+set(prefix ${WORK_DIR}/prefix)
+
+function(run)
+  execute_process(COMMAND ${ARGN} RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
+  if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "failed (${rc}): ${ARGN}\n${out}\n${err}")
+  endif()
+  set(last_output "${out}${err}" PARENT_SCOPE)
+endfunction()
+
+run(${CMAKE_COMMAND} --install ${BINARY_DIR} --prefix ${prefix})
+foreach(f include/Pavo/PavoCore.h include/Pavo/PavoUI.h include/Pavo/PvDebug.h lib/cmake/Pavo/PavoConfig.cmake)
+  if(NOT EXISTS ${prefix}/${f})
+    message(FATAL_ERROR "not installed: ${f}")
+  endif()
+endforeach()
+
+# find_package(Pavo)
+run(${CMAKE_COMMAND} -S ${CONSUMER_DIR} -B ${WORK_DIR}/build -G Ninja -DCMAKE_PREFIX_PATH=${prefix})
+run(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
+run(${CMAKE_COMMAND} -E env QT_QPA_PLATFORM=offscreen ${WORK_DIR}/build/pavo-consumer)
+message(STATUS "consumer (CMake package):\n${last_output}")
+
+# pkg-config
+file(GLOB pcdir ${prefix}/lib*/pkgconfig ${prefix}/lib/*/pkgconfig)
+execute_process(COMMAND ${CMAKE_COMMAND} -E env PKG_CONFIG_PATH=${pcdir} pkg-config --cflags --libs pavo-core
+                OUTPUT_VARIABLE flags RESULT_VARIABLE rc OUTPUT_STRIP_TRAILING_WHITESPACE)
+if(NOT rc EQUAL 0)
+  message(FATAL_ERROR "pkg-config does not know pavo-core")
+endif()
+separate_arguments(flags UNIX_COMMAND "${flags}")
+file(GLOB libdir LIST_DIRECTORIES true ${prefix}/lib ${prefix}/lib/*-linux-gnu)
+list(GET libdir -1 libdir)
+run(${CXX} -std=c++20 -fPIC ${CONSUMER_DIR}/main.cpp ${flags} -Wl,-rpath,${libdir} -o ${WORK_DIR}/pavo-consumer-pc)
+run(${WORK_DIR}/pavo-consumer-pc)
+message(STATUS "consumer (pkg-config): ok")
