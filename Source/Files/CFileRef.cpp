@@ -64,7 +64,7 @@ QUrl urlFromWindowsPath(QString path, bool isDirectory)
 
 QString windowsPathFromURL(const QUrl& url)
 {
-    QString path = withoutTrailingSlashes(url.path());
+    QString path = withoutTrailingSlashes(url.path(QUrl::FullyDecoded));
     QString result;
     if (!url.host().isEmpty()) {
         result = QLatin1String("//") + url.host() + path;
@@ -497,7 +497,7 @@ QString CFileRef::FileName() const
 {
     if (mURL.isEmpty())
         return {};
-    const QString path = withoutTrailingSlashes(mURL.path());
+    const QString path = withoutTrailingSlashes(mURL.path(QUrl::FullyDecoded));
     if (path == QLatin1String("/"))
         return path;
     return path.mid(path.lastIndexOf(QLatin1Char('/')) + 1);

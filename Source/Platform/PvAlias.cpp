@@ -20,7 +20,7 @@
 namespace {
 
 constexpr uint64_t kRecordVersion = 1;
-constexpr int kSearchBudget = 200000; // directory entries looked at before giving up
+constexpr int kSearchBudget = 100000; // directory entries looked at before giving up
 constexpr uint32_t kMaxRecordSize = 64 * 1024;
 
 enum Kind : uint64_t { kFile = 0, kFolder = 1, kLink = 2, kOther = 3 };

@@ -17,7 +17,7 @@
 // identity; the relative path from the given "from" item; the recorded path below the
 // mount point of the same volume found again by UUID, label, source or name; a search
 // for the identity in the folders around the old place (the old folder's subtree first,
-// then each enclosing folder up to the volume's root, at most 200000 directory entries,
+// then each enclosing folder up to the volume's root, at most 100000 directory entries,
 // never crossing into other file systems); and finally whatever item now sits at the
 // recorded path (an editor that saves by writing a new file and renaming it replaces
 // the inode). Records come from outside and are checked: any malformed record gives

@@ -447,7 +447,7 @@ OSErr specFolder(State& s, const FSSpec* spec, const Volume** volume, QString* f
         *folderKey = {v->dev, v->rootIno};
         return noErr;
     }
-    auto it = s.folders.constFind({v->vRefNum, spec->parID});
+    auto it = s.folders.constFind({v->vRefNum, int32_t(spec->parID)});
     struct stat st;
     QString path;
     if (it != s.folders.constEnd())
@@ -955,9 +955,13 @@ OSErr PvForkWrite(int16_t refNum, int64_t offset, const void* buffer, int32_t co
         if (n < 0) {
             if (errno == EINTR)
                 continue;
+            const int error = errno;
             if (actual)
                 *actual = done;
-            return PvCatalog::ErrorFromErrno(errno);
+            // A fork opened for reading only answers EBADF to a write.
+            if (error == EBADF && (::fcntl(refNum, F_GETFL) & O_ACCMODE) == O_RDONLY)
+                return wrPermErr;
+            return PvCatalog::ErrorFromErrno(error);
         }
         done += int32_t(n);
     }

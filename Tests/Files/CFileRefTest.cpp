@@ -70,7 +70,7 @@ TEST(CFileRef, EmptyAndNotYetExistingReferences)
     EXPECT_TRUE(ref.Exists());
     EXPECT_EQ(ref.validFlags(), 3u);
     ASSERT_TRUE(ref.GetFSSpec(&spec));
-    EXPECT_EQ(spec.parID, folderID);
+    EXPECT_EQ(int32_t(spec.parID), folderID);
     EXPECT_EQ(QByteArray(reinterpret_cast<char*>(spec.name + 1), spec.name[0]), QByteArray("new.aif"));
     EXPECT_FALSE(CFileRef().Set(static_cast<const char*>(nullptr), 0));
     EXPECT_FALSE(CFileRef().Set("", 0));
@@ -154,7 +154,7 @@ TEST(CFileRef, FSRefFSSpecAndVolumeWalk)
     EXPECT_EQ(byPath.validFlags(), 3u);
     FSSpec spec;
     ASSERT_TRUE(byPath.GetFSSpec(&spec));
-    EXPECT_EQ(byPath.GetParID(), spec.parID);
+    EXPECT_EQ(byPath.GetParID(), int32_t(spec.parID));
     EXPECT_EQ(byPath.GetVolumeRefNumber(), spec.vRefNum);
     HFSUniStr255 name;
     ASSERT_TRUE(byPath.UnicodeFileName(&name));
@@ -197,7 +197,7 @@ TEST(CFileRef, FSRefFSSpecAndVolumeWalk)
     // With its FSRef flag still set the spec route fails once and clears the flag;
     // from then on the folder, which is still there, answers through the URL.
     EXPECT_EQ(byRef.GetParID(), -1);
-    EXPECT_EQ(byRef.GetParID(), spec.parID);
+    EXPECT_EQ(byRef.GetParID(), int32_t(spec.parID));
 }
 
 TEST(CFileRef, PathStyles)

@@ -83,7 +83,7 @@ TEST(PvCatalog, RootFolderIsTwoAndItsParentOne)
     PvVolumeInfo volume;
     ASSERT_EQ(PvCatalog::VolumeInfoByRefNum(PvCatalog::DefaultVolume(), &volume), noErr);
     EXPECT_EQ(spec.vRefNum, volume.vRefNum);
-    EXPECT_EQ(spec.parID, 1);
+    EXPECT_EQ(int32_t(spec.parID), 1);
     EXPECT_EQ(QString::fromLatin1(specName(spec)), volume.name.left(27));
     int32_t dirID = 0;
     ASSERT_EQ(PvCatalog::RefFolderID(&root, &dirID), noErr);
@@ -122,7 +122,7 @@ TEST(PvCatalog, FSRefAndFSSpecRoundTripAndCheckIdentity)
     ASSERT_EQ(PvCatalog::MakeRef(base + QStringLiteral("/Folder"), &folderRef, &isFolder), noErr);
     EXPECT_TRUE(isFolder);
     ASSERT_EQ(PvCatalog::RefFolderID(&folderRef, &folderID), noErr);
-    EXPECT_EQ(spec.parID, folderID);
+    EXPECT_EQ(int32_t(spec.parID), folderID);
     EXPECT_GT(folderID, 2);
     int32_t notFolder = 0;
     EXPECT_EQ(PvCatalog::RefFolderID(&ref, &notFolder), dirNFErr);
@@ -136,7 +136,7 @@ TEST(PvCatalog, FSRefAndFSSpecRoundTripAndCheckIdentity)
     EXPECT_EQ(PvCatalog::MakeSpec(spec.vRefNum, folderID, spec.name, &made), noErr);
     const unsigned char missing[] = "\x07new.wav";
     EXPECT_EQ(PvCatalog::MakeSpec(spec.vRefNum, folderID, missing, &made), fnfErr);
-    EXPECT_EQ(made.parID, folderID);
+    EXPECT_EQ(int32_t(made.parID), folderID);
     const unsigned char empty[] = "";
     ASSERT_EQ(PvCatalog::MakeSpec(spec.vRefNum, folderID, empty, &made), noErr);
     EXPECT_EQ(specName(made), QByteArray("Folder"));
@@ -314,11 +314,11 @@ TEST(PvCatalog, SecondVolumeHasItsOwnNumberAndRoot)
     ASSERT_EQ(PvCatalog::MakeRef(dir.path(), &folder), noErr);
     ASSERT_EQ(PvCatalog::RefSpec(&folder, &spec), noErr);
     EXPECT_EQ(spec.vRefNum, volume.vRefNum);
-    EXPECT_EQ(spec.parID, 2) << "a folder in the root folder of the second volume";
+    EXPECT_EQ(int32_t(spec.parID), 2) << "a folder in the root folder of the second volume";
     FSRef root;
     ASSERT_EQ(PvCatalog::MakeRef(QStringLiteral("/dev/shm"), &root), noErr);
     ASSERT_EQ(PvCatalog::RefSpec(&root, &spec), noErr);
-    EXPECT_EQ(spec.parID, 1);
+    EXPECT_EQ(int32_t(spec.parID), 1);
     EXPECT_EQ(specName(spec), QByteArray("shm"));
     EXPECT_EQ(PvCatalog::HFSPathFromPosix(file, false),
         QStringLiteral("shm:") + QFileInfo(dir.path()).fileName() + QStringLiteral(":clip.wav"));
