@@ -96,12 +96,13 @@ def top_corner(left):
 
 
 def side(left):
+    # Only the outline and a thin highlight: the centre picture shows through the rest.
     def pixel(x, y):
         if (x == 0) if left else (x == SIDE_W - 1):
             return grey(OUTLINE)
         if (x == 1) if left else (x == SIDE_W - 2):
-            return grey(214)
-        return grey(190)
+            return grey(255, 90)
+        return grey(0, 0)
     return pixel
 
 

@@ -113,6 +113,8 @@ QWidget* controlsPage()
         tracks << QString("Track %1").arg(i);
     auto* list = textMatrix(PvMatrix::ListModeMatrix, tracks, 16, 1, QSizeF(220, 20));
     list->setIntercellSpacing(QSizeF(0, 0));
+    for (PvCell* c : list->cells())
+        c->setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     list->sizeToCells();
     list->setFixedSize(list->size());
     list->cellAt(2, 0)->setState(PvCell::OnState);

@@ -312,6 +312,13 @@ void PvControl::changeEvent(QEvent* event)
     QWidget::changeEvent(event);
 }
 
+void PvControl::hideEvent(QHideEvent* event)
+{
+    // A hidden control gets no release: tracking (and a tracking loop) ends here.
+    cancelTracking();
+    QWidget::hideEvent(event);
+}
+
 void PvControl::forEachCell(const std::function<void(PvCell*)>& f)
 {
     if (m_cell)

@@ -137,6 +137,7 @@ protected:
     void wheelEvent(QWheelEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void changeEvent(QEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
 
     /// Called for each owned cell when the enabled state changes; PvMatrix overrides it.
     virtual void forEachCell(const std::function<void(PvCell*)>& f);

@@ -581,13 +581,17 @@ bool PvMatrix::keyDown(const PvEvent& event)
 
 void PvMatrix::drawRect(QPainter& painter, const QRectF& dirtyRect)
 {
+    // The background shows the spacing between cells as grid lines.
     if (m_drawsBackground)
-        painter.fillRect(rect(), palette().color(QPalette::Base));
+        painter.fillRect(rect(), palette().color(QPalette::Mid));
     for (int r = 0; r < m_rows; ++r) {
         for (int c = 0; c < m_columns; ++c) {
             const QRectF f = cellFrameAt(r, c);
-            if (f.intersects(dirtyRect))
-                m_cells[size_t(indexOf(r, c))]->drawWithFrame(painter, f, this);
+            if (!f.intersects(dirtyRect))
+                continue;
+            if (m_drawsBackground)
+                painter.fillRect(f, palette().color(QPalette::Base));
+            m_cells[size_t(indexOf(r, c))]->drawWithFrame(painter, f, this);
         }
     }
     if (hasFocus() && selectedCell() && m_mode != TrackModeMatrix) {

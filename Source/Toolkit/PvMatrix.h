@@ -80,7 +80,8 @@ public:
     void setIntercellSpacing(const QSizeF& spacing);
     /// Resizes the matrix to exactly hold its cells and spacing.
     void sizeToCells();
-    /// Whether the cells are drawn over a background colour.
+    /// Whether the cells are drawn over the palette's base colour, with the spacing between
+    /// them drawn as grid lines.
     bool drawsBackground() const { return m_drawsBackground; }
     void setDrawsBackground(bool draws)
     {

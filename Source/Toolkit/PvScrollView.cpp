@@ -85,10 +85,17 @@ void PvScrollView::setBackgroundColor(const QColor& color)
 void PvScrollView::applyBackground()
 {
     viewport()->setAutoFillBackground(m_drawsBackground);
-    QPalette pal = viewport()->palette();
-    pal.setColor(
-        QPalette::Window, m_backgroundColor.isValid() ? m_backgroundColor : palette().color(QPalette::Base));
-    viewport()->setPalette(pal);
+    // Without a colour of its own the clip view shows the palette's base colour, also
+    // after the palette changes.
+    if (m_backgroundColor.isValid()) {
+        QPalette pal = viewport()->palette();
+        pal.setColor(QPalette::Window, m_backgroundColor);
+        viewport()->setPalette(pal);
+        viewport()->setBackgroundRole(QPalette::Window);
+    } else {
+        viewport()->setPalette(QPalette());
+        viewport()->setBackgroundRole(QPalette::Base);
+    }
     viewport()->update();
 }
 

@@ -129,7 +129,7 @@ void PvTimer::invalidate()
 
 void PvTimer::fire()
 {
-    if (!m_timer)
+    if (!isActive())
         return;
     m_proxy.action();
 }

@@ -86,7 +86,7 @@ public:
     void stop();
     void invalidate();
     /// Calls the target at once, as if the timer had fired (a one-shot timer becomes invalid).
-    /// Does nothing before the first start.
+    /// Does nothing unless the timer is active.
     void fire();
 
     /// Whether the timer is scheduled (false before the first start and after it stopped

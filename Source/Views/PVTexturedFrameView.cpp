@@ -51,12 +51,29 @@ void PVTexturedFrameView::_loadImages()
         img.scalesWhenResized = i >= 5;
     }
     updateWindowButtons();
+    // The texture decides the text colour of the window, whatever the palette: dark text
+    // on light metal, light text on a dark texture. Set once, it also outlives palette
+    // changes of the application.
+    if (!m_images[9].image.isNull()) {
+        const QImage sample = m_images[9].image.toImage();
+        const bool darkTexture
+            = QColor(sample.pixel(sample.width() / 2, sample.height() / 2)).lightnessF() < 0.45;
+        QPalette pal = themeWindow()->palette();
+        pal.setColor(QPalette::WindowText, darkTexture ? QColor(235, 235, 235) : QColor(20, 20, 20));
+        themeWindow()->setPalette(pal);
+    }
 }
 
 const std::array<PVTexturedFrameView::Image, PVTexturedFrameView::kImageCount>& PVTexturedFrameView::images()
 {
     _loadImages();
     return m_images;
+}
+
+void PVTexturedFrameView::showEvent(QShowEvent* event)
+{
+    _loadImages(); // before the first paint, as it may set the window's text colour
+    PvFrameView::showEvent(event);
 }
 
 qreal PVTexturedFrameView::titleHeight() const
@@ -75,17 +92,19 @@ void PVTexturedFrameView::drawFrame(QPainter& painter)
             painter.drawPixmap(
                 r, im[size_t(i)].image, QRectF(QPointF(0, 0), QSizeF(im[size_t(i)].image.size())));
     };
-    painter.fillRect(rect(), palette().color(QPalette::Window));
+    // Without a centre picture the palette fills the body; with one, nothing is painted
+    // under the pictures, so the rounded corners stay clear.
+    if (im[9].image.isNull())
+        painter.fillRect(rect(), palette().color(QPalette::Window));
     const QSizeF tl = im[0].size, tr = im[1].size, bl = im[2].size, br = im[3].size;
     const qreal top = std::max(tl.height(), tr.height());
     const qreal bottom = std::max(bl.height(), br.height());
-    const qreal left = im[6].size.width();
     const qreal right = im[7].size.width();
     // Stretched parts first, then the fixed pieces over them.
-    draw(9, QRectF(left, top, w - left - right, h - top - bottom));
+    draw(9, QRectF(0, top, w, h - top - bottom)); // the edges are drawn over it
     draw(5, QRectF(tl.width(), 0, w - tl.width() - tr.width(), im[5].size.height()));
     draw(8, QRectF(bl.width(), h - im[8].size.height(), w - bl.width() - br.width(), im[8].size.height()));
-    draw(6, QRectF(0, tl.height(), left, h - tl.height() - bl.height()));
+    draw(6, QRectF(0, tl.height(), im[6].size.width(), h - tl.height() - bl.height()));
     draw(7, QRectF(w - right, tr.height(), right, h - tr.height() - br.height()));
     draw(0, QRectF(QPointF(0, 0), tl));
     draw(1, QRectF(QPointF(w - tr.width(), 0), tr));

@@ -48,6 +48,7 @@ public:
 
 protected:
     void drawFrame(QPainter& painter) override;
+    void showEvent(QShowEvent* event) override;
 
 private:
     void _loadImages();

@@ -3,6 +3,7 @@
 #include "PvWindow.h"
 
 #include <QCursor>
+#include <QEvent>
 
 #include <cmath>
 
@@ -91,8 +92,11 @@ void PvToolTipWindow::showInView(QWidget* view, const QPointF& position)
     if (m_parentWindow != window) {
         // Attached to the view's window while shown, so it stays above it and goes away
         // with it.
+        if (m_parentWindow)
+            m_parentWindow->removeEventFilter(this);
         setParent(window, windowFlags());
         m_parentWindow = window;
+        window->installEventFilter(this);
     }
     place(position, window);
     show();
@@ -129,9 +133,17 @@ void PvToolTipWindow::hide()
     QWidget::hide();
     m_stringView->setObject(nullptr, 0);
     if (parentWindow) {
+        parentWindow->removeEventFilter(this);
         setParent(nullptr, windowFlags());
         m_parentWindow = nullptr;
         if (auto* w = qobject_cast<PvWindow*>(parentWindow))
             w->setShowToolTip(true);
     }
+}
+
+bool PvToolTipWindow::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == m_parentWindow && event->type() == QEvent::Hide)
+        hide();
+    return QWidget::eventFilter(watched, event);
 }

@@ -16,7 +16,7 @@
     (a point in the view's window, Qt coordinates) moved 21 points down, truncated to whole
     points; its size is that of PvDynamicStringView::sizeForString(). While shown, the tip
     is attached to the view's window and the Qt tool tips of that window (a PvWindow) are
-    off; it never takes the mouse or the focus.
+    off; it never takes the mouse or the focus. When that window hides, the tip hides too.
 
     Main thread only.
 */
@@ -54,6 +54,9 @@ public:
     PvDynamicStringView* stringView() const { return m_stringView; }
     /// The window the tip is attached to; null while hidden.
     QWidget* attachedWindow() const { return m_parentWindow; }
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     PvToolTipWindow();

@@ -366,3 +366,19 @@ TEST(ControlAccessibility, RoleNameValueAndParentOverride)
     EXPECT_EQ(mi->role(), QAccessible::List);
     EXPECT_EQ(mi->text(QAccessible::Value), "B");
 }
+
+TEST_F(ControlFixture, NestedTrackingLoopEndsOnReleaseOrWhenTheControlHides)
+{
+    control->setTracksInNestedLoop(true);
+    QTimer::singleShot(20, control, [this] { QTest::mouseMove(control, QPoint(30, 20)); });
+    QTimer::singleShot(
+        40, control, [this] { QTest::mouseRelease(control, Qt::LeftButton, {}, QPoint(30, 20)); });
+    QTest::mousePress(control, Qt::LeftButton, {}, QPoint(5, 5)); // returns after the release
+    EXPECT_EQ(cell->log, QStringList({"start 5,5", "continue 5,5 -> 30,20", "stop 30,20 up"}));
+
+    cell->log.clear();
+    QTimer::singleShot(20, control, [this] { control->hide(); });
+    QTest::mousePress(control, Qt::LeftButton, {}, QPoint(5, 5));
+    EXPECT_FALSE(control->isTracking());
+    EXPECT_EQ(cell->log, QStringList({"start 5,5", "stop 5,5 not-up"}));
+}

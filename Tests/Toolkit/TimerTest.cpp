@@ -60,6 +60,7 @@ TEST(Timer, NothingRunsBeforeStartAndARunningTimerIsNotRestarted)
     EXPECT_FALSE(timer.isActive());
     const int calls = t.calls;
     QTest::qWait(60);
+    timer.fire(); // a stopped timer does not fire
     EXPECT_EQ(t.calls, calls);
     timer.startWithTimeInterval(0.001); // stopped: the new interval applies
     EXPECT_EQ(timer.timer()->interval(), 1);
@@ -136,7 +137,8 @@ TEST(Timer, KeepsFiringWhileAModalDialogRuns)
     QTimer::singleShot(150, &dialog, &QDialog::accept);
     EXPECT_EQ(dialog.exec(), QDialog::Accepted);
     EXPECT_GE(callsInDialog, 5);
-    EXPECT_EQ(calls, callsInDialog);
+    // At most a step at either end of the dialog's loop, outside its modal state.
+    EXPECT_LE(calls - callsInDialog, 2);
 }
 
 TEST(Timer, KeepsFiringWhileAControlTracksTheMouseInANestedLoop)

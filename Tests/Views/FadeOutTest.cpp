@@ -73,11 +73,15 @@ TEST_F(FadeFixture, SetSemanticsRemovalAndNull)
 TEST_F(FadeFixture, RunsOnTheTimerButPausesWhileADialogIsModal)
 {
     QDialog dialog;
-    fader->addWindow(&window);
-    QTimer::singleShot(120, &dialog, &QDialog::accept);
+    float alphaInDialog = -1;
+    QTimer::singleShot(0, &dialog, [&] { fader->addWindow(&window); });
+    QTimer::singleShot(120, &dialog, [&] {
+        alphaInDialog = window.alphaValue();
+        dialog.accept();
+    });
     dialog.exec();
-    EXPECT_EQ(window.alphaValue(), 1.0f); // no step while the dialog ran
-    EXPECT_TRUE(window.isVisible());
+    EXPECT_EQ(alphaInDialog, 1.0f); // no step while the dialog ran
+    EXPECT_TRUE(fader->isFading(&window));
     QTRY_VERIFY_WITH_TIMEOUT(!window.isVisible(), 3000);
     EXPECT_EQ(window.alphaValue(), 0.0f);
     QTRY_VERIFY(fader->faderTimer() == nullptr);

@@ -123,6 +123,15 @@ TEST_F(ToolTipFixture, ClosesOnlyForItsOwnerAndWhenTheOwnerGoes)
     EXPECT_FALSE(tip->isVisible());
     EXPECT_EQ(tip->stringView()->object(), nullptr);
 
+    // Hiding the window takes the tip down and gives the window its tool tips back.
+    PvToolTipWindow::showToolTipWindowForView(view, &mine, 1, QPointF(5, 5));
+    EXPECT_FALSE(window.showToolTip());
+    window.hide();
+    EXPECT_FALSE(tip->isVisible());
+    EXPECT_TRUE(window.showToolTip());
+    EXPECT_EQ(tip->attachedWindow(), nullptr);
+    window.show();
+
     // The window it was attached to may go away while it shows.
     auto* other_window = new PvWindow;
     auto* v = new QWidget(other_window);
