@@ -456,9 +456,17 @@ OSStatus writeData(AudioFileID af, uint64_t offset, size_t size, const uint8_t* 
         if (err != noErr)
             return err;
     }
+    // A write that fails past the end of the data is cut off again, so that no stray
+    // bytes follow what the header describes.
+    auto fail = [&](int e) {
+        const uint64_t oldEnd = l.dataOffset + l.dataSize + (hasPad(l.type) ? (l.dataSize & 1) : 0);
+        if (end > l.dataSize)
+            (void)!::ftruncate(af->fd, off_t(oldEnd));
+        return fromErrno(e);
+    };
     if (!swapping) {
         if (!writeAll(af->fd, l.dataOffset + offset, in, size))
-            return fromErrno(errno);
+            return fail(errno);
     } else {
         // Whole samples at a time, in bounded blocks; the bytes of samples that the
         // write covers only in part are read back first.
@@ -477,7 +485,7 @@ OSStatus writeData(AudioFileID af, uint64_t offset, size_t size, const uint8_t* 
                 block[size_t(i - at - k + (w - 1 - k))] = in[i - offset];
             }
             if (!writeAll(af->fd, l.dataOffset + at, block.data(), block.size()))
-                return fromErrno(errno);
+                return fail(errno);
             at = stop;
         }
     }
