@@ -149,8 +149,13 @@ ForkPlace loadFork(int fd, const std::string& path, Bytes& fork)
         }
     }
     Bytes ad;
-    if (readWholeFile(sidecarOf(path), ad) && resourceForkFromAppleDouble(ad, fork))
+    if (readWholeFile(sidecarOf(path), ad)) {
+        // An AppleDouble file, or (as some tools write it) the bare resource fork.
+        if (resourceForkFromAppleDouble(ad, fork))
+            return ForkPlace::Sidecar;
+        fork = std::move(ad);
         return ForkPlace::Sidecar;
+    }
     return ForkPlace::None;
 }
 

@@ -92,14 +92,19 @@ OSStatus parseAiff(const Source& src, Layout& l)
                 f.mFramesPerPacket = 1;
                 l.compression = comp;
                 uint32_t width = 0;
-                if (comp == PvFourCC("NONE") || comp == PvFourCC("twos") || comp == PvFourCC("sowt")) {
+                // 'in24'/'in32' are big-endian integers by another name, '42ni'/'23ni' their
+                // little-endian twins.
+                const bool littleInt
+                    = comp == PvFourCC("sowt") || comp == PvFourCC("42ni") || comp == PvFourCC("23ni");
+                if (comp == PvFourCC("NONE") || comp == PvFourCC("twos") || comp == PvFourCC("in24")
+                    || comp == PvFourCC("in32") || littleInt) {
                     if (bits < 1 || bits > 32)
                         return kAudioFileInvalidFileError;
                     width = (bits + 7) / 8;
                     f.mFormatID = kAudioFormatLinearPCM;
                     f.mFormatFlags = kAudioFormatFlagIsSignedInteger | kAudioFormatFlagIsBigEndian;
                     f.mBitsPerChannel = bits;
-                    l.swapped = comp == PvFourCC("sowt") && width > 1;
+                    l.swapped = littleInt && width > 1;
                 } else if (comp == PvFourCC("fl32") || comp == PvFourCC("FL32")) {
                     width = 4;
                     f.mFormatID = kAudioFormatLinearPCM;

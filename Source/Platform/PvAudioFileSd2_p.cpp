@@ -108,9 +108,10 @@ OSStatus parseSd2Fork(const Bytes& fork, uint64_t dataForkSize, Layout& l)
             c.loaded = true;
             if (nameOff != 0xFFFF) {
                 const uint64_t at = nameListOff + nameOff;
-                if (at >= mapLen || at + 1 + map[at] > mapLen)
-                    return kAudioFileInvalidFileError;
-                c.resName.assign(map + at, map + at + 1 + map[at]);
+                // Names are only labels, and some writers get their lengths wrong: a
+                // name that runs past the map is dropped, not the file.
+                if (at < mapLen && at + 1 + map[at] <= mapLen)
+                    c.resName.assign(map + at, map + at + 1 + map[at]);
             }
             if (isFormatResource(type, c.resID))
                 format[c.resID] = c.payload;
