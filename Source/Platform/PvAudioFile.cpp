@@ -409,6 +409,15 @@ void reverseSamples(uint8_t* p, size_t bytes, uint32_t width)
     }
 }
 
+std::vector<uint32_t> chunkIDs(AudioFileID f)
+{
+    std::vector<uint32_t> ids;
+    for (const Chunk& c : f->l.chunks)
+        if (std::find(ids.begin(), ids.end(), c.id) == ids.end())
+            ids.push_back(c.id);
+    return ids;
+}
+
 bool validFile(AudioFileID f)
 {
     return f != nullptr && f->fd >= 0;
@@ -683,6 +692,9 @@ extern "C" OSStatus AudioFileGetPropertyInfo(
     case kAudioFilePropertyFileFormat:
         size = 4;
         break;
+    case kAudioFilePropertyChunkIDs:
+        size = uint32_t(chunkIDs(file).size() * 4);
+        break;
     default:
         return kAudioFileUnsupportedPropertyError;
     }
@@ -696,7 +708,7 @@ extern "C" OSStatus AudioFileGetPropertyInfo(
 extern "C" OSStatus AudioFileGetProperty(
     AudioFileID file, AudioFilePropertyID property, uint32_t* ioSize, void* data)
 {
-    if (!validFile(file) || ioSize == nullptr || data == nullptr)
+    if (!validFile(file) || ioSize == nullptr || (data == nullptr && *ioSize != 0))
         return paramErr;
     uint32_t size = 0;
     const OSStatus err = AudioFileGetPropertyInfo(file, property, &size, nullptr);
@@ -725,6 +737,12 @@ extern "C" OSStatus AudioFileGetProperty(
         value = l.dataOffset;
         std::memcpy(data, &value, 8);
         break;
+    case kAudioFilePropertyChunkIDs: {
+        const std::vector<uint32_t> ids = chunkIDs(file);
+        if (!ids.empty())
+            std::memcpy(data, ids.data(), ids.size() * 4);
+        break;
+    }
     default:
         break;
     }

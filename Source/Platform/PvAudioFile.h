@@ -83,6 +83,8 @@ enum : uint32_t {
     kAudioFilePropertyAudioDataPacketCount = PvFourCC("pcnt"),
     /// Byte offset of the audio data in the (data fork of the) file (int64_t).
     kAudioFilePropertyDataOffset = PvFourCC("doff"),
+    /// The IDs of the user data present (uint32_t each, in order of first appearance).
+    kAudioFilePropertyChunkIDs = PvFourCC("chid"),
 };
 
 /// Permissions of AudioFileOpenPath.
@@ -149,7 +151,8 @@ extern "C" OSStatus AudioFileCreatePath(const char* path, AudioFileTypeID fileTy
 /// result of finishing the header; the file is released in every case. Null: paramErr.
 extern "C" OSStatus AudioFileClose(AudioFileID file);
 
-/// Size in bytes of a property and whether it can be set (always 0 here).
+/// Size in bytes of a property and whether it can be set (always 0 here). Unknown
+/// property: kAudioFileUnsupportedPropertyError; null or closed file: paramErr.
 extern "C" OSStatus AudioFileGetPropertyInfo(
     AudioFileID file, AudioFilePropertyID property, uint32_t* outSize, uint32_t* isWritable);
 

@@ -597,3 +597,42 @@ TEST_F(AudioFileFormats, CompressedDataIsReportedNotRefused)
 }
 
 } // namespace
+
+namespace {
+
+// The fuzz seeds are meant to be valid files of every kind: each must open and read.
+TEST(AudioFileSeeds, EverySeedOpensAndReads)
+{
+    QTemporaryDir dir;
+    int opened = 0;
+    for (const char* name : {"audiofile_aiff", "audiofile_wave", "audiofile_caf", "audiofile_sd2"}) {
+        const QDir seeds(QStringLiteral(PAVO_SOURCE_DIR "/Fuzz/corpus/") + QString::fromUtf8(name));
+        for (const QString& seed : seeds.entryList(QDir::Files)) {
+            SCOPED_TRACE(std::string(name) + "/" + seed.toStdString());
+            std::string path = seeds.filePath(seed).toStdString();
+            if (std::string(name) == "audiofile_sd2") {
+                // The seed is the fork beside a data fork.
+                path = dir.filePath(QStringLiteral("take.sd2")).toStdString();
+                putFile(QString::fromStdString(path), QByteArray(96, '\x11'));
+                QFile::remove(dir.filePath(QStringLiteral("._take.sd2")));
+                ASSERT_TRUE(QFile::copy(seeds.filePath(seed), dir.filePath(QStringLiteral("._take.sd2"))));
+            }
+            AudioFileID f = nullptr;
+            ASSERT_EQ(AudioFileOpenPath(path.c_str(), kAudioFileReadPermission, 0, &f), noErr);
+            const auto fmt = property<AudioStreamBasicDescription>(f, kAudioFilePropertyDataFormat);
+            const auto packets = property<uint64_t>(f, kAudioFilePropertyAudioDataPacketCount);
+            if (seed != QStringLiteral("aiff_empty")) {
+                EXPECT_GT(packets, 0u);
+            }
+            std::vector<uint8_t> all(size_t(packets * fmt.mBytesPerPacket));
+            uint32_t n = uint32_t(packets);
+            EXPECT_EQ(AudioFileReadPackets(f, true, nullptr, nullptr, 0, &n, all.data()), noErr);
+            EXPECT_EQ(n, packets);
+            AudioFileClose(f);
+            ++opened;
+        }
+    }
+    EXPECT_GE(opened, 30);
+}
+
+} // namespace
