@@ -6,6 +6,7 @@
 
 #include <Pavo/PavoCore.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -84,11 +85,19 @@ inline void exercise(const std::string& path)
     const char payload[] = "fuzz";
     AudioFileSetUserData(f, PvFourCC("basc"), 0, sizeof payload, payload);
     AudioFileRemoveUserData(f, PvFourCC("note"), 0);
-    const uint8_t frame[64] = {1, 2, 3, 4, 5, 6, 7, 8};
+    AudioStreamBasicDescription fmt {};
+    uint32_t size = sizeof fmt;
+    AudioFileGetProperty(f, kAudioFilePropertyDataFormat, &size, &fmt);
+    // Packets of compressed formats may claim any size: write only plausible ones.
+    std::vector<uint8_t> frame(std::clamp<size_t>(fmt.mBytesPerPacket, 8, 1 << 20), 0x5A);
+    if (fmt.mBytesPerPacket > frame.size()) {
+        AudioFileClose(f);
+        return;
+    }
     uint32_t n = 1;
-    AudioFileWritePackets(f, true, 0, nullptr, 2, &n, frame);
+    AudioFileWritePackets(f, true, 0, nullptr, 2, &n, frame.data());
     uint32_t bytes = 5;
-    AudioFileWriteBytes(f, true, 1, &bytes, frame);
+    AudioFileWriteBytes(f, true, 1, &bytes, frame.data());
     AudioFileClose(f);
     if (AudioFileOpenPath(path.c_str(), kAudioFileReadPermission, 0, &f) != noErr)
         return;

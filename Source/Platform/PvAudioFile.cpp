@@ -898,7 +898,8 @@ extern "C" OSStatus AudioFileGetUserData(
         return kAudioFileInvalidChunkError;
     const size_t n = size_t(std::min<uint64_t>(*ioSize, c->size));
     if (c->loaded) {
-        std::memcpy(data, c->payload.data(), n);
+        if (n)
+            std::memcpy(data, c->payload.data(), n);
     } else if (n && !readAt(file->fd, c->offset, data, n)) {
         *ioSize = 0;
         return errno ? fromErrno(errno) : kAudioFileInvalidFileError;
