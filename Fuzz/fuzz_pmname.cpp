@@ -1,0 +1,60 @@
+// Fuzzes PMName::FromFile: the first byte chooses the short (odd) or long (even) length
+// form, the rest is the file. Names are read until the file ends or a read fails; an
+// impossible length must throw PMNameException, never allocate more than the file holds.
+#include <Pavo/PavoCore.h>
+
+#include <QDir>
+#include <QFile>
+
+#include <cstdint>
+#include <cstdlib>
+#include <list>
+#include <unistd.h>
+
+namespace {
+
+QString scratchFile()
+{
+    static const QString path = QDir::tempPath() + QStringLiteral("/pavo-fuzz-pmname-%1.bin").arg(::getpid());
+    return path;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    if (size == 0 || size > (1u << 20))
+        return 0;
+    const unsigned char shortForm = data[0] & 1;
+    QFile file(scratchFile());
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        std::abort();
+    file.write(reinterpret_cast<const char*>(data + 1), qint64(size - 1));
+    file.close();
+
+    CFileRef ref(scratchFile(), kPathStylePOSIX, 0);
+    FSSpec spec;
+    if (!ref.GetFSSpec(&spec))
+        std::abort();
+    CFileIO io(&spec, 0);
+    if (!io.isOpen())
+        std::abort();
+    if (data[0] & 2)
+        io.SetCache(int32_t(data[0] >> 2) * 4 + 1); // small caches cut reads at odd places
+    PMName name;
+    for (int i = 0; i < 4096; ++i) {
+        try {
+            if (name.FromFile(io, shortForm) != noErr)
+                break;
+        } catch (const PMNameException&) {
+            break;
+        }
+        if (name.Get()) {
+            std::list<PMName> elements;
+            name.GetElements(':', elements);
+            if (elements.size() > size)
+                __builtin_trap();
+        }
+    }
+    return 0;
+}
