@@ -1,0 +1,7 @@
+// Fuzz target: CAF files opened, read and edited through the audio file service.
+#include "audiofile_fuzz_common.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    return fuzzaudio::runContainer("input.caf", data, size);
+}

@@ -1,0 +1,638 @@
+// The audio file service through its public calls: every container and sample format
+// written and read back, recognition by content, canonical byte order, user data, RF64
+// growth, Sound Designer II forks, and damaged headers.
+#include <Pavo/PavoCore.h>
+
+#include <QByteArray>
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+#include <vector>
+
+namespace {
+
+struct Case {
+    AudioFileTypeID type;
+    uint32_t bits;
+    bool isFloat;
+    bool bigEndian; // the stored order asked for where the container has a choice
+    uint32_t channels;
+};
+
+AudioStreamBasicDescription pcm(double rate, uint32_t channels, uint32_t bits, bool isFloat, bool big)
+{
+    AudioStreamBasicDescription f {};
+    f.mSampleRate = rate;
+    f.mFormatID = kAudioFormatLinearPCM;
+    f.mFormatFlags = (isFloat ? kAudioFormatFlagIsFloat : kAudioFormatFlagIsSignedInteger)
+        | (big ? uint32_t(kAudioFormatFlagIsBigEndian) : 0u) | kAudioFormatFlagIsPacked;
+    f.mChannelsPerFrame = channels;
+    f.mBitsPerChannel = bits;
+    f.mFramesPerPacket = 1;
+    f.mBytesPerFrame = f.mBytesPerPacket = (bits + 7) / 8 * channels;
+    return f;
+}
+
+// Deterministic sample bytes of `frames` frames in the presented order.
+std::vector<uint8_t> pattern(uint32_t bytesPerFrame, uint32_t frames)
+{
+    std::vector<uint8_t> out(size_t(bytesPerFrame) * frames);
+    uint32_t x = 12345;
+    for (auto& b : out) {
+        x = x * 1103515245u + 12345u;
+        b = uint8_t(x >> 16);
+    }
+    return out;
+}
+
+std::vector<uint8_t> readAll(AudioFileID f, uint64_t packets, uint32_t bytesPerPacket)
+{
+    std::vector<uint8_t> out(size_t(packets * bytesPerPacket));
+    uint64_t at = 0;
+    while (at < packets) {
+        uint32_t n = uint32_t(std::min<uint64_t>(1000, packets - at));
+        uint32_t bytes = 0;
+        if (AudioFileReadPackets(f, true, &bytes, nullptr, int64_t(at), &n, out.data() + at * bytesPerPacket)
+                != noErr
+            || n == 0)
+            break;
+        at += n;
+    }
+    out.resize(size_t(at * bytesPerPacket));
+    return out;
+}
+
+template <typename T> T property(AudioFileID f, AudioFilePropertyID id)
+{
+    T value {};
+    uint32_t size = sizeof(T);
+    EXPECT_EQ(AudioFileGetProperty(f, id, &size, &value), noErr);
+    return value;
+}
+
+QByteArray fileBytes(const QString& path, qint64 limit = -1)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    return limit < 0 ? file.readAll() : file.read(limit);
+}
+
+void putFile(const QString& path, const QByteArray& bytes)
+{
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    file.write(bytes);
+}
+
+class AudioFileFormats : public ::testing::Test {
+protected:
+    QTemporaryDir dir;
+    std::string path(const char* name) const { return dir.filePath(QString::fromUtf8(name)).toStdString(); }
+};
+
+TEST_F(AudioFileFormats, EveryContainerAndSampleFormatRoundTripsInCanonicalOrder)
+{
+    const AudioFileTypeID aiff = kAudioFileAIFFType, aifc = kAudioFileAIFCType, wave = kAudioFileWAVEType,
+                          caf = kAudioFileCAFType, sd2 = kAudioFileSoundDesigner2Type;
+    const Case cases[] = {
+        {aiff, 8, false, true, 1},
+        {aiff, 16, false, true, 2},
+        {aiff, 24, false, true, 2},
+        {aiff, 32, false, true, 1},
+        {aiff, 20, false, true, 2},
+        {aifc, 16, false, false, 2},
+        {aifc, 24, false, false, 3},
+        {aifc, 32, false, false, 1},
+        {aiff, 32, true, true, 2},
+        {aifc, 64, true, true, 1},
+        {wave, 8, false, false, 1},
+        {wave, 16, false, false, 2},
+        {wave, 24, false, false, 2},
+        {wave, 32, false, false, 6},
+        {wave, 20, false, false, 2},
+        {wave, 32, true, false, 2},
+        {wave, 64, true, false, 1},
+        {caf, 16, false, true, 2},
+        {caf, 24, false, false, 2},
+        {caf, 32, false, false, 1},
+        {caf, 32, true, false, 2},
+        {caf, 64, true, true, 1},
+        {sd2, 16, false, true, 2},
+        {sd2, 24, false, true, 1},
+        {sd2, 8, false, true, 2},
+    };
+    int n = 0;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message() << "case " << n << " bits " << c.bits << " channels " << c.channels);
+        const std::string file = path(("f" + std::to_string(n++)).c_str());
+        const AudioStreamBasicDescription in = pcm(48000, c.channels, c.bits, c.isFloat, c.bigEndian);
+        AudioFileID f = nullptr;
+        ASSERT_EQ(AudioFileCreatePath(file.c_str(), c.type, &in, 0, &f), noErr);
+        const uint32_t bpf = in.mBytesPerFrame;
+        const std::vector<uint8_t> data = pattern(bpf, 777);
+        // Written in two pieces, the second one first, so that the data grows twice.
+        uint32_t count = 500;
+        ASSERT_EQ(AudioFileWritePackets(f, true, 0, nullptr, 277, &count, data.data() + 277 * bpf), noErr);
+        count = 277;
+        ASSERT_EQ(AudioFileWritePackets(f, true, 0, nullptr, 0, &count, data.data()), noErr);
+        ASSERT_EQ(AudioFileClose(f), noErr);
+
+        ASSERT_EQ(AudioFileOpenPath(file.c_str(), kAudioFileReadPermission, 0, &f), noErr);
+        const auto fmt = property<AudioStreamBasicDescription>(f, kAudioFilePropertyDataFormat);
+        const auto type = property<AudioFileTypeID>(f, kAudioFilePropertyFileFormat);
+        EXPECT_EQ(fmt.mFormatID, kAudioFormatLinearPCM);
+        EXPECT_EQ(fmt.mChannelsPerFrame, c.channels);
+        EXPECT_EQ(fmt.mBitsPerChannel, c.bits);
+        EXPECT_EQ(fmt.mBytesPerFrame, bpf);
+        EXPECT_EQ(fmt.mSampleRate, 48000.0);
+        EXPECT_EQ(bool(fmt.mFormatFlags & kAudioFormatFlagIsFloat), c.isFloat);
+        // Presented big-endian unless the type is 'WAVE' (8-bit samples have no order).
+        if (c.bits > 8) {
+            EXPECT_EQ(bool(fmt.mFormatFlags & kAudioFormatFlagIsBigEndian), type != wave);
+        }
+        if (c.type == aiff && (c.isFloat || !c.bigEndian))
+            EXPECT_EQ(type, aifc);
+        else
+            EXPECT_EQ(type, c.type);
+        EXPECT_EQ(property<uint64_t>(f, kAudioFilePropertyAudioDataByteCount), data.size());
+        EXPECT_EQ(property<uint64_t>(f, kAudioFilePropertyAudioDataPacketCount), 777u);
+        EXPECT_EQ(readAll(f, 777, bpf), data);
+
+        // The stored order: reversed per sample exactly when the container keeps the
+        // other order than the one presented.
+        const uint64_t offset = property<uint64_t>(f, kAudioFilePropertyDataOffset);
+        const QByteArray raw
+            = fileBytes(QString::fromStdString(file)).mid(qsizetype(offset), qsizetype(data.size()));
+        ASSERT_EQ(size_t(raw.size()), data.size());
+        const uint32_t w = bpf / c.channels;
+        const bool swappedOnDisk = w > 1 && c.type != wave && !c.bigEndian && !(c.type == aifc && c.isFloat);
+        for (size_t i = 0; i < 64; ++i) {
+            const size_t k = i % w;
+            const size_t stored = swappedOnDisk ? i - k + (w - 1 - k) : i;
+            ASSERT_EQ(uint8_t(raw[qsizetype(stored)]), data[i]) << "byte " << i;
+        }
+        AudioFileClose(f);
+    }
+}
+
+TEST_F(AudioFileFormats, ContentDecidesTheTypeNotTheName)
+{
+    const std::string wav = path("really-a-wave.aif");
+    AudioFileID f = nullptr;
+    const auto fmt = pcm(44100, 2, 16, false, false);
+    ASSERT_EQ(AudioFileCreatePath(wav.c_str(), kAudioFileWAVEType, &fmt, 0, &f), noErr);
+    AudioFileClose(f);
+    ASSERT_EQ(AudioFileOpenPath(wav.c_str(), kAudioFileReadPermission, kAudioFileAIFFType, &f), noErr);
+    EXPECT_EQ(property<AudioFileTypeID>(f, kAudioFilePropertyFileFormat), kAudioFileWAVEType);
+    AudioFileClose(f);
+
+    const std::string text = path("notes.wav");
+    putFile(QString::fromStdString(text), "just some text, not audio at all");
+    EXPECT_EQ(
+        AudioFileOpenPath(text.c_str(), kAudioFileReadPermission, 0, &f), kAudioFileUnsupportedFileTypeError);
+    EXPECT_EQ(f, nullptr);
+    EXPECT_EQ(AudioFileOpenPath(path("missing.wav").c_str(), kAudioFileReadPermission, 0, &f), fnfErr);
+    EXPECT_EQ(
+        AudioFileOpenPath(dir.path().toUtf8().constData(), kAudioFileReadPermission, 0, &f), notAFileErr);
+    // Creating over an existing file needs the erase flag.
+    EXPECT_EQ(AudioFileCreatePath(wav.c_str(), kAudioFileWAVEType, &fmt, 0, &f), dupFNErr);
+    ASSERT_EQ(
+        AudioFileCreatePath(wav.c_str(), kAudioFileCAFType, &fmt, kAudioFileFlags_EraseFile, &f), noErr);
+    AudioFileClose(f);
+}
+
+TEST_F(AudioFileFormats, UnsupportedRequestsAreRefused)
+{
+    AudioFileID f = nullptr;
+    auto big16 = pcm(44100, 2, 16, false, true);
+    EXPECT_EQ(AudioFileCreatePath(path("a").c_str(), kAudioFileWAVEType, &big16, 0, &f),
+        kAudioFileUnsupportedDataFormatError);
+    auto zero = pcm(44100, 0, 16, false, true);
+    EXPECT_EQ(AudioFileCreatePath(path("b").c_str(), kAudioFileAIFFType, &zero, 0, &f),
+        kAudioFileUnsupportedDataFormatError);
+    auto float24 = pcm(44100, 1, 24, true, true);
+    EXPECT_EQ(AudioFileCreatePath(path("c").c_str(), kAudioFileCAFType, &float24, 0, &f),
+        kAudioFileUnsupportedDataFormatError);
+    auto floatSd2 = pcm(44100, 1, 32, true, true);
+    EXPECT_EQ(AudioFileCreatePath(path("d").c_str(), kAudioFileSoundDesigner2Type, &floatSd2, 0, &f),
+        kAudioFileUnsupportedDataFormatError);
+    EXPECT_EQ(AudioFileCreatePath(path("e").c_str(), PvFourCC("MPG3"), &big16, 0, &f),
+        kAudioFileUnsupportedFileTypeError);
+    EXPECT_FALSE(QFile::exists(QString::fromStdString(path("a"))));
+
+    // A file open for reading refuses writes and edits; bad arguments are caught.
+    ASSERT_EQ(AudioFileCreatePath(path("r.aif").c_str(), kAudioFileAIFFType, &big16, 0, &f), noErr);
+    AudioFileClose(f);
+    ASSERT_EQ(AudioFileOpenPath(path("r.aif").c_str(), kAudioFileReadPermission, 0, &f), noErr);
+    uint32_t n = 1;
+    const int32_t frame = 0;
+    EXPECT_EQ(AudioFileWritePackets(f, true, 4, nullptr, 0, &n, &frame), kAudioFilePermissionsError);
+    EXPECT_EQ(AudioFileSetUserData(f, PvFourCC("basc"), 0, 4, &frame), kAudioFilePermissionsError);
+    n = 1;
+    int32_t out = 0;
+    EXPECT_EQ(
+        AudioFileReadPackets(f, true, nullptr, nullptr, -1, &n, &out), kAudioFileInvalidPacketOffsetError);
+    n = 1;
+    EXPECT_EQ(AudioFileReadPackets(f, true, nullptr, nullptr, 0, &n, &out), noErr);
+    EXPECT_EQ(n, 0u); // an empty file reads nothing
+    uint32_t size = 2;
+    AudioStreamBasicDescription d;
+    EXPECT_EQ(
+        AudioFileGetProperty(f, kAudioFilePropertyDataFormat, &size, &d), kAudioFileBadPropertySizeError);
+    size = 8;
+    EXPECT_EQ(AudioFileGetProperty(f, PvFourCC("xxxx"), &size, &d), kAudioFileUnsupportedPropertyError);
+    AudioFileClose(f);
+    EXPECT_EQ(AudioFileClose(nullptr), paramErr);
+}
+
+TEST_F(AudioFileFormats, UserDataIsAddedReplacedAndRemovedInEveryFormat)
+{
+    const AudioFileTypeID types[] = {kAudioFileAIFFType, kAudioFileAIFCType, kAudioFileWAVEType,
+        kAudioFileCAFType, kAudioFileSoundDesigner2Type};
+    const uint32_t basc = PvFourCC("basc"), note = PvFourCC("note");
+    for (AudioFileTypeID type : types) {
+        SCOPED_TRACE(type);
+        const std::string file = path(("ud" + std::to_string(type)).c_str());
+        const auto fmt = pcm(44100, 2, 24, false, type != kAudioFileWAVEType);
+        AudioFileID f = nullptr;
+        ASSERT_EQ(AudioFileCreatePath(file.c_str(), type, &fmt, 0, &f), noErr);
+        const std::vector<uint8_t> audio = pattern(6, 300);
+        uint32_t n = 300;
+        ASSERT_EQ(AudioFileWritePackets(f, true, 0, nullptr, 0, &n, audio.data()), noErr);
+        const char odd[] = "odd-sized payload"; // 17 bytes with the terminator: padding is needed
+        ASSERT_EQ(AudioFileSetUserData(f, basc, 0, sizeof odd, odd), noErr);
+        ASSERT_EQ(AudioFileSetUserData(f, note, 0, 3, "one"), noErr);
+        ASSERT_EQ(AudioFileSetUserData(f, note, 1, 3, "two"), noErr);
+        EXPECT_EQ(AudioFileSetUserData(f, note, 5, 3, "bad"), kAudioFileInvalidChunkError);
+        ASSERT_EQ(AudioFileClose(f), noErr);
+
+        ASSERT_EQ(AudioFileOpenPath(file.c_str(), kAudioFileReadWritePermission, 0, &f), noErr);
+        uint32_t count = 0, size = 0;
+        ASSERT_EQ(AudioFileCountUserData(f, note, &count), noErr);
+        EXPECT_EQ(count, 2u);
+        ASSERT_EQ(AudioFileGetUserDataSize(f, basc, 0, &size), noErr);
+        EXPECT_EQ(size, sizeof odd);
+        char buffer[64] = {};
+        size = sizeof buffer;
+        ASSERT_EQ(AudioFileGetUserData(f, basc, 0, &size, buffer), noErr);
+        EXPECT_STREQ(buffer, odd);
+        size = 3;
+        ASSERT_EQ(AudioFileGetUserData(f, note, 1, &size, buffer), noErr);
+        EXPECT_EQ(std::string(buffer, 3), "two");
+        EXPECT_EQ(AudioFileGetUserDataSize(f, PvFourCC("none"), 0, &size), kAudioFileInvalidChunkError);
+
+        // Replace with a longer payload, remove the first note: the second becomes index 0.
+        const std::vector<uint8_t> longer(1001, 0x5A);
+        ASSERT_EQ(AudioFileSetUserData(f, basc, 0, uint32_t(longer.size()), longer.data()), noErr);
+        ASSERT_EQ(AudioFileRemoveUserData(f, note, 0), noErr);
+        EXPECT_EQ(AudioFileRemoveUserData(f, note, 3), kAudioFileInvalidChunkError);
+        // The audio survives every edit, and writing goes on after them.
+        n = 10;
+        ASSERT_EQ(AudioFileWritePackets(f, true, 0, nullptr, 300, &n, audio.data()), noErr);
+        ASSERT_EQ(AudioFileClose(f), noErr);
+
+        ASSERT_EQ(AudioFileOpenPath(file.c_str(), kAudioFileReadPermission, 0, &f), noErr);
+        ASSERT_EQ(AudioFileGetUserDataSize(f, basc, 0, &size), noErr);
+        EXPECT_EQ(size, longer.size());
+        ASSERT_EQ(AudioFileCountUserData(f, note, &count), noErr);
+        EXPECT_EQ(count, 1u);
+        size = 3;
+        ASSERT_EQ(AudioFileGetUserData(f, note, 0, &size, buffer), noErr);
+        EXPECT_EQ(std::string(buffer, 3), "two");
+        std::vector<uint8_t> expect = audio;
+        expect.insert(expect.end(), audio.begin(), audio.begin() + 60);
+        EXPECT_EQ(property<uint64_t>(f, kAudioFilePropertyAudioDataPacketCount), 310u);
+        EXPECT_EQ(readAll(f, 310, 6), expect);
+        AudioFileClose(f);
+    }
+}
+
+TEST_F(AudioFileFormats, StructuralChunksAreNotUserData)
+{
+    const std::pair<AudioFileTypeID, const char*> cases[] = {{kAudioFileAIFFType, "COMM"},
+        {kAudioFileAIFFType, "SSND"}, {kAudioFileWAVEType, "fmt "}, {kAudioFileWAVEType, "data"},
+        {kAudioFileWAVEType, "ds64"}, {kAudioFileCAFType, "desc"}, {kAudioFileCAFType, "data"}};
+    for (const auto& [type, id] : cases) {
+        const std::string file = path(id) + std::to_string(type);
+        const auto fmt = pcm(44100, 1, 16, false, type != kAudioFileWAVEType);
+        AudioFileID f = nullptr;
+        ASSERT_EQ(AudioFileCreatePath(file.c_str(), type, &fmt, 0, &f), noErr);
+        const uint32_t code = (uint32_t(uint8_t(id[0])) << 24) | (uint32_t(uint8_t(id[1])) << 16)
+            | (uint32_t(uint8_t(id[2])) << 8) | uint8_t(id[3]);
+        EXPECT_EQ(AudioFileSetUserData(f, code, 0, 4, "abcd"), kAudioFileInvalidChunkError) << id;
+        uint32_t count = 9;
+        AudioFileCountUserData(f, code, &count);
+        EXPECT_EQ(count, 0u);
+        AudioFileClose(f);
+    }
+}
+
+TEST_F(AudioFileFormats, ByteWritesOffSampleBoundariesLandInTheRightPlace)
+{
+    // 24-bit little-endian CAF: presented big-endian, so every byte moves on the way down.
+    const std::string file = path("bytes.caf");
+    const auto fmt = pcm(44100, 1, 24, false, false);
+    AudioFileID f = nullptr;
+    ASSERT_EQ(AudioFileCreatePath(file.c_str(), kAudioFileCAFType, &fmt, 0, &f), noErr);
+    const uint8_t all[9] = {1, 2, 3, 4, 5, 6, 7, 8, 9};
+    uint32_t n = 9;
+    ASSERT_EQ(AudioFileWriteBytes(f, true, 0, &n, all), noErr);
+    const uint8_t middle[4] = {0xA, 0xB, 0xC, 0xD};
+    n = 4;
+    ASSERT_EQ(AudioFileWriteBytes(f, true, 2, &n, middle), noErr); // bytes 2..5
+    uint8_t back[9] = {};
+    n = 9;
+    ASSERT_EQ(AudioFileReadBytes(f, true, 0, &n, back), noErr);
+    const uint8_t expect[9] = {1, 2, 0xA, 0xB, 0xC, 0xD, 7, 8, 9};
+    EXPECT_EQ(0, std::memcmp(back, expect, 9));
+    uint8_t part[3] = {};
+    n = 3;
+    ASSERT_EQ(AudioFileReadBytes(f, true, 4, &n, part), noErr);
+    EXPECT_EQ(part[0], 0xC);
+    EXPECT_EQ(part[1], 0xD);
+    EXPECT_EQ(part[2], 7);
+    n = 1;
+    EXPECT_EQ(AudioFileReadBytes(f, true, 9, &n, part), kAudioFileEndOfFileError);
+    AudioFileClose(f);
+    const QByteArray raw = fileBytes(QString::fromStdString(file)).right(9);
+    EXPECT_EQ(raw, QByteArray("\x0A\x02\x01\x0D\x0C\x0B\x09\x08\x07", 9));
+}
+
+TEST_F(AudioFileFormats, WaveGrowsIntoRF64PastFourGigabytes)
+{
+    const std::string file = path("big.wav");
+    const auto fmt = pcm(48000, 2, 16, false, false);
+    AudioFileID f = nullptr;
+    ASSERT_EQ(AudioFileCreatePath(file.c_str(), kAudioFileWAVEType, &fmt, 0, &f), noErr);
+    // One frame just past 4 GiB of data: the gap stays a hole in a sparse file.
+    const int64_t frame = int64_t((uint64_t(1) << 32) / 4) + 10;
+    const uint8_t sample[4] = {1, 2, 3, 4};
+    uint32_t n = 1;
+    ASSERT_EQ(AudioFileWritePackets(f, true, 0, nullptr, frame, &n, sample), noErr);
+    ASSERT_EQ(AudioFileClose(f), noErr);
+    const QByteArray head = fileBytes(QString::fromStdString(file), 80);
+    EXPECT_EQ(head.left(4), "RF64");
+    EXPECT_EQ(head.mid(12, 4), "ds64");
+
+    ASSERT_EQ(AudioFileOpenPath(file.c_str(), kAudioFileReadPermission, 0, &f), noErr);
+    EXPECT_EQ(property<AudioFileTypeID>(f, kAudioFilePropertyFileFormat), kAudioFileWAVEType);
+    EXPECT_EQ(property<uint64_t>(f, kAudioFilePropertyAudioDataPacketCount), uint64_t(frame) + 1);
+    uint8_t back[8] = {9, 9, 9, 9, 9, 9, 9, 9};
+    n = 2;
+    ASSERT_EQ(AudioFileReadPackets(f, true, nullptr, nullptr, frame - 1, &n, back), noErr);
+    EXPECT_EQ(n, 2u);
+    const uint8_t expect[8] = {0, 0, 0, 0, 1, 2, 3, 4};
+    EXPECT_EQ(0, std::memcmp(back, expect, 8));
+    AudioFileClose(f);
+
+    // AIFF cannot say sizes past 4 GiB: the write is refused and the file stays as it was.
+    const std::string aif = path("big.aif");
+    ASSERT_EQ(AudioFileCreatePath(aif.c_str(), kAudioFileAIFFType, &fmt, 0, &f), noErr);
+    n = 1;
+    EXPECT_EQ(AudioFileWritePackets(f, true, 0, nullptr, frame, &n, sample),
+        kAudioFileDoesNotAllow64BitDataSizeError);
+    EXPECT_EQ(AudioFileClose(f), noErr);
+    struct stat st { };
+    ASSERT_EQ(::stat(aif.c_str(), &st), 0);
+    EXPECT_LT(st.st_size, 200);
+}
+
+TEST_F(AudioFileFormats, SoundDesignerForkInAttributeOrAppleDouble)
+{
+    const std::string file = path("take.sd2");
+    const auto fmt = pcm(44100, 2, 16, false, true);
+    AudioFileID f = nullptr;
+    ASSERT_EQ(AudioFileCreatePath(file.c_str(), kAudioFileSoundDesigner2Type, &fmt, 0, &f), noErr);
+    const auto audio = pattern(4, 100);
+    uint32_t n = 100;
+    ASSERT_EQ(AudioFileWritePackets(f, true, 0, nullptr, 0, &n, audio.data()), noErr);
+    ASSERT_EQ(AudioFileSetUserData(f, PvFourCC("basc"), 0, 5, "loops"), noErr);
+    AudioFileClose(f);
+    // The data fork is the samples alone.
+    EXPECT_EQ(fileBytes(QString::fromStdString(file)),
+        QByteArray(reinterpret_cast<const char*>(audio.data()), 400));
+
+    // Move the fork from wherever it went into an AppleDouble file that holds it, as a
+    // copy from a Mac volume carries it, and open again.
+    const QString sidecar = dir.filePath("._take.sd2");
+    std::vector<char> fork(1 << 16);
+    const ssize_t len = ::getxattr(file.c_str(), "user.com.apple.ResourceFork", fork.data(), fork.size());
+    if (len > 0) {
+        ASSERT_FALSE(QFile::exists(sidecar));
+        ASSERT_EQ(::removexattr(file.c_str(), "user.com.apple.ResourceFork"), 0);
+        QByteArray ad;
+        auto be32 = [&](uint32_t v) {
+            for (int s = 24; s >= 0; s -= 8)
+                ad.append(char(v >> s));
+        };
+        be32(0x00051607);
+        be32(0x00020000);
+        ad.append(16, '\0');
+        ad.append('\0').append('\x01');
+        be32(2);
+        be32(38);
+        be32(uint32_t(len));
+        ad.append(fork.data(), len);
+        putFile(sidecar, ad);
+    } else {
+        ASSERT_TRUE(QFile::exists(sidecar)); // no user attributes here: the sidecar was used
+    }
+    ASSERT_EQ(AudioFileOpenPath(file.c_str(), kAudioFileReadWritePermission, 0, &f), noErr);
+    EXPECT_EQ(property<AudioFileTypeID>(f, kAudioFilePropertyFileFormat), kAudioFileSoundDesigner2Type);
+    EXPECT_EQ(readAll(f, 100, 4), audio);
+    char buffer[8] = {};
+    uint32_t size = 8;
+    ASSERT_EQ(AudioFileGetUserData(f, PvFourCC("basc"), 0, &size, buffer), noErr);
+    EXPECT_EQ(std::string(buffer, size), "loops");
+    // An edit now rewrites the AppleDouble file.
+    ASSERT_EQ(AudioFileSetUserData(f, PvFourCC("basc"), 0, 6, "loops2"), noErr);
+    AudioFileClose(f);
+    ASSERT_EQ(AudioFileOpenPath(file.c_str(), kAudioFileReadPermission, 0, &f), noErr);
+    size = 8;
+    ASSERT_EQ(AudioFileGetUserData(f, PvFourCC("basc"), 0, &size, buffer), noErr);
+    EXPECT_EQ(std::string(buffer, size), "loops2");
+    AudioFileClose(f);
+    // Without its fork, a data fork is just bytes.
+    ASSERT_TRUE(QFile::remove(sidecar));
+    ::removexattr(file.c_str(), "user.com.apple.ResourceFork");
+    EXPECT_EQ(
+        AudioFileOpenPath(file.c_str(), kAudioFileReadPermission, 0, &f), kAudioFileUnsupportedFileTypeError);
+}
+
+// ---- damaged files -------------------------------------------------------------
+
+QByteArray be32(uint32_t v)
+{
+    QByteArray b;
+    for (int s = 24; s >= 0; s -= 8)
+        b.append(char(v >> s));
+    return b;
+}
+QByteArray le32(uint32_t v)
+{
+    QByteArray b;
+    for (int s = 0; s <= 24; s += 8)
+        b.append(char(v >> s));
+    return b;
+}
+QByteArray le16(uint16_t v)
+{
+    return QByteArray(1, char(v)).append(char(v >> 8));
+}
+QByteArray be16(uint16_t v)
+{
+    return QByteArray(1, char(v >> 8)).append(char(v));
+}
+
+QByteArray waveFmt(uint16_t tag, uint16_t channels, uint16_t align, uint16_t bits)
+{
+    return QByteArray("fmt ") + le32(16) + le16(tag) + le16(channels) + le32(44100) + le32(44100u * align)
+        + le16(align) + le16(bits);
+}
+
+QByteArray aiffComm(uint16_t channels, uint32_t frames, uint16_t bits)
+{
+    // 44100 Hz as an 80-bit extended value.
+    const QByteArray rate("\x40\x0E\xAC\x44\x00\x00\x00\x00\x00\x00", 10);
+    return QByteArray("COMM") + be32(18) + be16(channels) + be32(frames) + be16(bits) + rate;
+}
+
+TEST_F(AudioFileFormats, DamagedHeadersGiveErrorsNotCrashes)
+{
+    const QByteArray goodWave = QByteArray("RIFF") + le32(36 + 8) + "WAVE" + waveFmt(1, 2, 4, 16) + "data"
+        + le32(8) + QByteArray(8, '\x01');
+    const QByteArray goodAiff = QByteArray("FORM") + le32(0) + "AIFF" + aiffComm(1, 4, 16) + "SSND" + be32(16)
+        + be32(0) + be32(0) + QByteArray(8, '\x02');
+    const QByteArray goodCaf = QByteArray("caff") + be16(1) + be16(0) + "desc" + be32(0) + be32(32)
+        + QByteArray("\x40\xE5\x88\x80\x00\x00\x00\x00", 8) + "lpcm" + be32(0) + be32(4) + be32(1) + be32(2)
+        + be32(16) + "data" + be32(0) + be32(12) + be32(0) + QByteArray(8, '\x03');
+    struct Bad {
+        const char* what;
+        QByteArray bytes;
+        OSStatus expect;
+    };
+    const Bad bad[] = {
+        {"empty", QByteArray(), kAudioFileUnsupportedFileTypeError},
+        {"wave header only", goodWave.left(12), kAudioFileInvalidFileError},
+        {"wave fmt cut", goodWave.left(30), kAudioFileInvalidFileError},
+        {"wave zero channels",
+            QByteArray("RIFF") + le32(0) + "WAVE" + waveFmt(1, 0, 4, 16) + "data" + le32(0),
+            kAudioFileInvalidFileError},
+        {"wave absurd sample size",
+            QByteArray("RIFF") + le32(0) + "WAVE" + waveFmt(1, 1, 9, 72) + "data" + le32(0),
+            kAudioFileInvalidFileError},
+        {"wave bits beyond container",
+            QByteArray("RIFF") + le32(0) + "WAVE" + waveFmt(1, 1, 2, 24) + "data" + le32(0),
+            kAudioFileInvalidFileError},
+        {"wave chunk past end",
+            QByteArray("RIFF") + le32(0) + "WAVE" + waveFmt(1, 1, 2, 16) + "LIST" + le32(9999),
+            kAudioFileInvalidFileError},
+        {"rf64 without ds64",
+            QByteArray("RF64") + le32(~0u) + "WAVE" + waveFmt(1, 1, 2, 16) + "data" + le32(~0u),
+            kAudioFileInvalidFileError},
+        {"aiff without COMM", QByteArray("FORM") + be32(4) + "AIFF", kAudioFileInvalidFileError},
+        {"aiff zero channels", QByteArray("FORM") + be32(0) + "AIFF" + aiffComm(0, 0, 16),
+            kAudioFileInvalidFileError},
+        {"aiff 40-bit", QByteArray("FORM") + be32(0) + "AIFF" + aiffComm(1, 0, 40),
+            kAudioFileInvalidFileError},
+        {"aiff SSND offset past end", goodAiff.left(goodAiff.size() - 16) + be32(16) + be32(0xFFFF) + be32(0),
+            kAudioFileInvalidFileError},
+        {"aiff frames without SSND", QByteArray("FORM") + be32(0) + "AIFF" + aiffComm(1, 100, 16),
+            kAudioFileInvalidFileError},
+        {"aifc unknown codec",
+            QByteArray("FORM") + be32(0) + "AIFC" + "COMM" + be32(24) + be16(1) + be32(0) + be16(16)
+                + QByteArray("\x40\x0E\xAC\x44\x00\x00\x00\x00\x00\x00", 10) + "zzzz" + QByteArray(2, '\0'),
+            kAudioFileUnsupportedDataFormatError},
+        {"caf bad version", QByteArray("caff") + be16(2) + be16(0), kAudioFileUnsupportedFileTypeError},
+        {"caf data before desc",
+            QByteArray("caff") + be16(1) + be16(0) + "data" + be32(~0u) + be32(~0u) + be32(0),
+            kAudioFileInvalidFileError},
+        {"caf negative size", goodCaf.left(8) + "desc" + be32(0x80000000u) + be32(0),
+            kAudioFileInvalidFileError},
+        {"caf zero channels", goodCaf.left(48) + be32(0) + goodCaf.mid(52), kAudioFileInvalidFileError},
+        {"caf packet size not a multiple of channels", goodCaf.left(40) + be32(3) + goodCaf.mid(44),
+            kAudioFileInvalidFileError},
+        {"caf chunk past end", goodCaf + "info" + be32(1) + be32(0), kAudioFileInvalidFileError},
+    };
+    const std::string file = path("bad");
+    for (const Bad& b : bad) {
+        putFile(QString::fromStdString(file), b.bytes);
+        AudioFileID f = nullptr;
+        EXPECT_EQ(AudioFileOpenPath(file.c_str(), kAudioFileReadPermission, 0, &f), b.expect) << b.what;
+        EXPECT_EQ(f, nullptr) << b.what;
+        if (f)
+            AudioFileClose(f);
+    }
+    // The good ones open; a data chunk cut short is read up to the end of the file.
+    for (const QByteArray& good : {goodWave, goodAiff, goodCaf, goodWave.left(goodWave.size() - 4)}) {
+        putFile(QString::fromStdString(file), good);
+        AudioFileID f = nullptr;
+        ASSERT_EQ(AudioFileOpenPath(file.c_str(), kAudioFileReadPermission, 0, &f), noErr)
+            << good.toHex().constData();
+        EXPECT_GT(property<uint64_t>(f, kAudioFilePropertyAudioDataPacketCount), 0u);
+        AudioFileClose(f);
+    }
+}
+
+TEST_F(AudioFileFormats, CompressedDataIsReportedNotRefused)
+{
+    // An AIFC 'ulaw' file opens and says what it holds, so that a caller can refuse it.
+    const QByteArray comm = QByteArray("COMM") + be32(24) + be16(1) + be32(4) + be16(16)
+        + QByteArray("\x40\x0E\xAC\x44\x00\x00\x00\x00\x00\x00", 10) + "ulaw" + QByteArray(2, '\0');
+    const QByteArray file = QByteArray("FORM") + be32(0) + "AIFC" + comm + "SSND" + be32(12) + be32(0)
+        + be32(0) + QByteArray(4, '\x7F');
+    putFile(QString::fromStdString(path("u.aifc")), file);
+    AudioFileID f = nullptr;
+    ASSERT_EQ(AudioFileOpenPath(path("u.aifc").c_str(), kAudioFileReadPermission, 0, &f), noErr);
+    EXPECT_EQ(
+        property<AudioStreamBasicDescription>(f, kAudioFilePropertyDataFormat).mFormatID, PvFourCC("ulaw"));
+    AudioFileClose(f);
+}
+
+} // namespace
+
+namespace {
+
+// The fuzz seeds are meant to be valid files of every kind: each must open and read.
+TEST(AudioFileSeeds, EverySeedOpensAndReads)
+{
+    QTemporaryDir dir;
+    int opened = 0;
+    for (const char* name : {"audiofile_aiff", "audiofile_wave", "audiofile_caf", "audiofile_sd2"}) {
+        const QDir seeds(QStringLiteral(PAVO_SOURCE_DIR "/Fuzz/corpus/") + QString::fromUtf8(name));
+        for (const QString& seed : seeds.entryList(QDir::Files)) {
+            SCOPED_TRACE(std::string(name) + "/" + seed.toStdString());
+            std::string path = seeds.filePath(seed).toStdString();
+            if (std::string(name) == "audiofile_sd2") {
+                // The seed is the fork beside a data fork.
+                path = dir.filePath(QStringLiteral("take.sd2")).toStdString();
+                putFile(QString::fromStdString(path), QByteArray(96, '\x11'));
+                QFile::remove(dir.filePath(QStringLiteral("._take.sd2")));
+                ASSERT_TRUE(QFile::copy(seeds.filePath(seed), dir.filePath(QStringLiteral("._take.sd2"))));
+            }
+            AudioFileID f = nullptr;
+            ASSERT_EQ(AudioFileOpenPath(path.c_str(), kAudioFileReadPermission, 0, &f), noErr);
+            const auto fmt = property<AudioStreamBasicDescription>(f, kAudioFilePropertyDataFormat);
+            const auto packets = property<uint64_t>(f, kAudioFilePropertyAudioDataPacketCount);
+            if (seed != QStringLiteral("aiff_empty")) {
+                EXPECT_GT(packets, 0u);
+            }
+            std::vector<uint8_t> all(size_t(packets * fmt.mBytesPerPacket));
+            uint32_t n = uint32_t(packets);
+            EXPECT_EQ(AudioFileReadPackets(f, true, nullptr, nullptr, 0, &n, all.data()), noErr);
+            EXPECT_EQ(n, packets);
+            AudioFileClose(f);
+            ++opened;
+        }
+    }
+    EXPECT_GE(opened, 30);
+}
+
+} // namespace
