@@ -1,7 +1,9 @@
 # Warning set shared by every target of the project.
 function(pavo_set_warnings target)
-  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow=local
-                         -Wnon-virtual-dtor -Wcast-qual -Wformat=2)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wnon-virtual-dtor -Wcast-qual -Wformat=2)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    target_compile_options(${target} PRIVATE -Wshadow=local)
+  endif()
   if(PAVO_WERROR)
     target_compile_options(${target} PRIVATE -Werror)
   endif()

@@ -36,10 +36,10 @@ QString plistString(plist_t dict, const char* key)
     plist_t node = plist_dict_get_item(dict, key);
     if (!node || plist_get_node_type(node) != PLIST_STRING)
         return kNil;
-    char* value = nullptr;
-    plist_get_string_val(node, &value);
-    const QString result = value ? QString::fromUtf8(value) : kNil;
-    std::free(value);
+    // The pointer form takes the stored length: texts may hold NUL bytes.
+    uint64_t length = 0;
+    const char* value = plist_get_string_ptr(node, &length);
+    const QString result = value ? QString::fromUtf8(value, qsizetype(length)) : kNil;
     return result;
 }
 
