@@ -2,7 +2,9 @@
 // upkeep and the safe rewriting of files whose layout changes.
 #include "PvAudioFile.h"
 #include "PvAudioFile_p.h"
+#include "PvCatalog.h"
 
+#include <QFile>
 #include <algorithm>
 #include <cerrno>
 #include <climits>
@@ -963,4 +965,48 @@ extern "C" OSStatus AudioFileRemoveUserData(AudioFileID file, uint32_t userDataI
     std::vector<Chunk> chunks = file->l.chunks;
     chunks.erase(chunks.begin() + long(at));
     return changeChunks(file, std::move(chunks));
+}
+
+extern "C" OSStatus AudioFileOpen(
+    const FSRef* ref, int8_t permissions, AudioFileTypeID typeHint, AudioFileID* outFile)
+{
+    if (outFile == nullptr)
+        return paramErr;
+    *outFile = nullptr;
+    if (ref == nullptr)
+        return paramErr;
+    QString path;
+    bool isFolder = false;
+    const OSErr err = PvCatalog::RefPath(ref, &path, &isFolder);
+    if (err != noErr)
+        return err;
+    if (isFolder)
+        return notAFileErr;
+    return AudioFileOpenPath(QFile::encodeName(path).constData(), permissions, typeHint, outFile);
+}
+
+OSStatus AudioFileCreate(const FSRef* parentDir, const QString& name, AudioFileTypeID fileType,
+    const AudioStreamBasicDescription* format, uint32_t flags, FSRef* outRef, AudioFileID* outFile)
+{
+    if (outFile == nullptr)
+        return paramErr;
+    *outFile = nullptr;
+    if (parentDir == nullptr || format == nullptr)
+        return paramErr;
+    if (name.isEmpty() || name.contains(QLatin1Char('/')) || name == QLatin1String(".")
+        || name == QLatin1String(".."))
+        return bdNamErr;
+    QString dir;
+    bool isFolder = false;
+    const OSErr err = PvCatalog::RefPath(parentDir, &dir, &isFolder);
+    if (err != noErr)
+        return err;
+    if (!isFolder)
+        return dirNFErr;
+    const QString path = dir.endsWith(QLatin1Char('/')) ? dir + name : dir + QLatin1Char('/') + name;
+    const OSStatus status
+        = AudioFileCreatePath(QFile::encodeName(path).constData(), fileType, format, flags, outFile);
+    if (status == noErr && outRef != nullptr && PvCatalog::MakeRef(path, outRef) != noErr)
+        std::memset(outRef, 0, sizeof(FSRef));
+    return status;
 }

@@ -27,6 +27,7 @@
 
 #include "PvMacTypes.h"
 
+#include <QString>
 #include <cstdint>
 
 /// A four-character container type: 'AIFF', 'AIFC', 'WAVE', 'caff', 'Sd2f'.
@@ -132,6 +133,18 @@ enum : OSStatus {
 ///          for null arguments.
 extern "C" OSStatus AudioFileOpenPath(
     const char* path, int8_t permissions, AudioFileTypeID typeHint, AudioFileID* outFile);
+
+/// Opens the file an FSRef names; otherwise as AudioFileOpenPath. An FSRef that names
+/// nothing (any more): fnfErr.
+extern "C" OSStatus AudioFileOpen(
+    const FSRef* ref, int8_t permissions, AudioFileTypeID typeHint, AudioFileID* outFile);
+
+/// Creates the file `name` in the folder `parentDir` names; otherwise as
+/// AudioFileCreatePath. `outRef`, when not null, receives the new file's FSRef.
+/// A parent that names no folder: fnfErr (dirNFErr when it is a file); an empty name or
+/// one holding '/': bdNamErr.
+OSStatus AudioFileCreate(const FSRef* parentDir, const QString& name, AudioFileTypeID fileType,
+    const AudioStreamBasicDescription* format, uint32_t flags, FSRef* outRef, AudioFileID* outFile);
 
 /// Creates a new file of the given container type and stream format and opens it for
 /// reading and writing.
