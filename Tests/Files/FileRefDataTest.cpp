@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QList>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -96,6 +97,34 @@ QByteArray urlArchive(const char* relative, const char* base = nullptr)
     plist_to_bin_free(bytes);
     plist_free(top);
     return result;
+}
+
+// A binary property list of `levels` arrays, each holding the next one twice: a few
+// hundred bytes that unfold into 2^levels nodes.
+QByteArray referenceBomb(int levels)
+{
+    QByteArray body("bplist00");
+    QList<int> offsets;
+    for (int i = 0; i < levels; ++i) {
+        offsets.append(int(body.size()));
+        body += char(0xA2);
+        body += char(i + 1);
+        body += char(i + 1);
+    }
+    offsets.append(int(body.size()));
+    body += QByteArray("\x10\x01", 2);
+    const int table = int(body.size());
+    for (int offset : offsets) {
+        body += char(offset >> 8);
+        body += char(offset & 0xFF);
+    }
+    QByteArray trailer(32, 0);
+    trailer[6] = 2;
+    trailer[7] = 1;
+    trailer[15] = char(offsets.size());
+    trailer[30] = char(table >> 8);
+    trailer[31] = char(table & 0xFF);
+    return body + trailer;
 }
 
 } // namespace
@@ -235,6 +264,12 @@ TEST(CFileRefData, WithoutAnItemTheURLPartDecides)
     // An alias part that is not an archive falls back to the URL part too.
     block = header(5, uint32_t(archived.size())) + QByteArray("junk!") + archived;
     EXPECT_EQ(restoredPath(block), QStringLiteral("/tmp/some where/x.wav"));
+    // So does an archive whose shared references would unfold without end.
+    const QByteArray bomb = referenceBomb(60);
+    block = header(uint32_t(bomb.size()), uint32_t(archived.size())) + bomb + archived;
+    EXPECT_EQ(restoredPath(block), QStringLiteral("/tmp/some where/x.wav"));
+    block = header(0, uint32_t(bomb.size())) + bomb;
+    EXPECT_EQ(restoredPath(block), QString());
 }
 
 TEST(CFileRefData, LengthsBeyondTheBlockRestoreNothing)
