@@ -1,10 +1,17 @@
-// One audio file as the tool sees it: opened or created through the framework's audio
-// file service, with samples moved as interleaved 32-bit floats through the framework's
-// sample converters, and its metadata chunks addressed by ID and index.
+// One audio file as the tool sees it: a CAuFileIO that opens or creates it and moves
+// samples as interleaved 32-bit floats, with the metadata chunks addressed by ID and
+// index.
+//
+// CAuFileIO does the work wherever its rules fit; the audio file service (which it is
+// built on) is called directly for what it leaves out: listing chunks and chunks beyond
+// the first of an ID, 32-bit integer files and sample rates with a fraction, 64-bit
+// float samples, frame positions past 32 bits, and the full 32-bit result codes that
+// CAuFileIO's 16-bit results cut short. 8-bit samples get their sign convention put
+// right around CAuFileIO's converters (WAVE stores them unsigned, the others signed).
 //
 // The byte-order rule is the framework's: samples of 'WAVE' files are little-endian,
-// those of every other container big-endian. Every call returns the service's result
-// code (noErr on success). One object is used by one thread at a time.
+// those of every other container big-endian. Every call returns a result code (noErr on
+// success). One object is used by one thread at a time.
 #pragma once
 
 #include <Pavo/PavoCore.h>
@@ -41,17 +48,16 @@ public:
     /// Finishes and closes the file; noErr when none is open.
     OSStatus close();
 
-    bool isOpen() const { return m_file != nullptr; }
-    uint32_t fileType() const { return m_fileType; }
-    const AudioStreamBasicDescription& format() const { return m_format; }
-    int channels() const { return int(m_format.mChannelsPerFrame); }
-    int bits() const { return int(m_format.mBitsPerChannel); }
-    bool isFloat() const { return (m_format.mFormatFlags & kAudioFormatFlagIsFloat) != 0; }
-    double sampleRate() const { return m_format.mSampleRate; }
+    bool isOpen() const { return m_io.mAudioFile != nullptr; }
+    uint32_t fileType() const { return m_io.FileType(); }
+    const AudioStreamBasicDescription& format() const { return m_io.mFormat; }
+    int channels() const { return m_io.NumChannels(); }
+    int bits() const { return m_io.BitDepth(); }
+    bool isFloat() const { return (m_io.mFormat.mFormatFlags & kAudioFormatFlagIsFloat) != 0; }
+    double sampleRate() const { return m_io.mFormat.mSampleRate; }
     /// Samples are stored big-endian (every type but 'WAVE').
-    bool swapped() const { return m_fileType != kAudioFileWAVEType; }
+    bool swapped() const { return m_io.Swapped(); }
     uint64_t frames() const { return m_frames; }
-    uint64_t dataBytes() const { return m_dataBytes; }
 
     /// Reads up to `count` frames from `start` into `out` (count x channels floats);
     /// `*got` receives the number read (0 at the end). Frames not read are silence.
@@ -69,16 +75,17 @@ public:
     OSStatus removeChunk(uint32_t id, uint32_t index);
     /// Number of chunks of `id` (0 when there is none).
     uint32_t countChunks(uint32_t id);
+    /// Whether the file is a tagged loop: it has a 'basc' chunk.
+    bool isTaggedLoop() { return m_io.IsSorvikLoop(); }
 
 private:
-    OSStatus readFormat();
     int sizeCode() const;
+    bool needsDirectRead(int64_t start, uint32_t count) const;
+    OSStatus readDirect(float* out, int64_t start, uint32_t count, uint32_t* got);
+    OSStatus writeDirect(const float* in, int64_t start, uint32_t count);
 
-    AudioFileID m_file = nullptr;
-    AudioStreamBasicDescription m_format {};
-    uint32_t m_fileType = 0;
+    CAuFileIO m_io;
     uint64_t m_frames = 0;
-    uint64_t m_dataBytes = 0;
     std::vector<uint8_t> m_raw; ///< stored samples of one block
 };
 

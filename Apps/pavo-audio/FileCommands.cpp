@@ -27,7 +27,7 @@ int runInfo(const QStringList& args)
     bool first = true;
     for (const QString& path : files) {
         FileReport report;
-        if (!inspectFile(path, &report))
+        if (!inspectFile(path, &report, true))
             failures.add(path, report.failedStep, report.error);
         if (json) {
             array.append(reportJson(report));

@@ -3,9 +3,9 @@
 #include "Tool.h"
 
 #include <QJsonArray>
-#include <QtEndian>
 
 #include <cmath>
+#include <cstring>
 
 namespace pavoaudio {
 
@@ -13,17 +13,12 @@ bool decodeBasicTagging(const std::vector<uint8_t>& payload, BasicTagging* out)
 {
     if (payload.size() < kBasicTaggingSize)
         return false;
-    const uint8_t* p = payload.data();
-    out->head[0] = qFromBigEndian<uint32_t>(p);
-    out->head[1] = qFromBigEndian<uint32_t>(p + 4);
-    for (int i = 0; i < 5; ++i)
-        out->shorts[i] = qFromBigEndian<uint16_t>(p + 8 + 2 * i);
-    for (int i = 0; i < 16; ++i)
-        out->values[i] = qFromBigEndian<uint32_t>(p + 18 + 4 * i);
+    std::memcpy(out, payload.data(), kBasicTaggingSize);
+    tagging::SwapBasicTaggingChunkToBig(out); // a swap is its own inverse
     return true;
 }
 
-bool inspectFile(const QString& path, FileReport* r)
+bool inspectFile(const QString& path, FileReport* r, bool decodeTagging)
 {
     r->path = path;
     AudioAccess file;
@@ -46,8 +41,8 @@ bool inspectFile(const QString& path, FileReport* r)
         r->failedStep = QStringLiteral("cannot list chunks");
         return false;
     }
-    r->tagged = file.countChunks(kBasicTaggingID) > 0;
-    if (r->tagged) {
+    r->tagged = file.isTaggedLoop();
+    if (r->tagged && decodeTagging) {
         std::vector<uint8_t> payload;
         if ((e = file.readChunk(kBasicTaggingID, 0, payload)) != noErr) {
             r->error = e;
@@ -123,11 +118,15 @@ QString reportText(const FileReport& r)
                      .arg(kBasicTaggingSize);
         } else {
             const BasicTagging& b = r.tagging;
-            const uint32_t shorts[5] = {b.shorts[0], b.shorts[1], b.shorts[2], b.shorts[3], b.shorts[4]};
+            const uint32_t shorts[5] = {b.words[0], b.words[1], b.words[2], b.words[3], b.words[4]};
+            const uint32_t head[2] = {b.value1, b.value2};
+            const uint32_t values[16] = {b.values[0], b.values[1], b.values[2], b.values[3], b.values[4],
+                b.values[5], b.values[6], b.values[7], b.values[8], b.values[9], b.values[10], b.values[11],
+                b.values[12], b.values[13], b.values[14], b.values[15]};
             t += QStringLiteral("  tagging 'basc' (%1 bytes):\n").arg(r.taggingSize);
-            t += QStringLiteral("    32-bit header: %1\n").arg(numbers(b.head, 2));
+            t += QStringLiteral("    32-bit header: %1\n").arg(numbers(head, 2));
             t += QStringLiteral("    16-bit fields: %1\n").arg(numbers(shorts, 5));
-            t += QStringLiteral("    32-bit fields: %1\n").arg(numbers(b.values, 16));
+            t += QStringLiteral("    32-bit fields: %1\n").arg(numbers(values, 16));
         }
     }
     return t;
@@ -167,12 +166,12 @@ QJsonObject reportJson(const FileReport& r)
         const BasicTagging& b = r.tagging;
         QJsonObject t;
         QJsonArray head, shorts, values;
-        for (uint32_t v : b.head)
-            head.append(double(v));
-        for (uint16_t v : b.shorts)
-            shorts.append(int(v));
-        for (uint32_t v : b.values)
-            values.append(double(v));
+        head.append(double(b.value1));
+        head.append(double(b.value2));
+        for (int i = 0; i < 5; ++i)
+            shorts.append(int(b.words[i]));
+        for (int i = 0; i < 16; ++i)
+            values.append(double(b.values[i]));
         t[QStringLiteral("header")] = head;
         t[QStringLiteral("shorts")] = shorts;
         t[QStringLiteral("values")] = values;

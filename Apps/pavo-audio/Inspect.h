@@ -14,15 +14,12 @@ namespace pavoaudio {
 
 /// The basic tagging record ('basc') in host order; its fields are the host
 /// applications' to interpret, so the tool shows them as numbers.
-struct BasicTagging {
-    uint32_t head[2] = {};
-    uint16_t shorts[5] = {};
-    uint32_t values[16] = {};
-};
+using BasicTagging = tagging::BasicTaggingChunk;
 /// Size of the basic tagging record in a file.
-inline constexpr uint32_t kBasicTaggingSize = 82;
+inline constexpr uint32_t kBasicTaggingSize = sizeof(tagging::BasicTaggingChunk);
 
-/// Decodes a 'basc' payload (big-endian in the file); false when it is too short.
+/// Decodes a 'basc' payload (big-endian in the file) with the framework's record
+/// swapper; false when it is too short. The swapper must not run on two threads at once.
 bool decodeBasicTagging(const std::vector<uint8_t>& payload, BasicTagging* out);
 
 struct FileReport {
@@ -46,8 +43,9 @@ struct FileReport {
 };
 
 /// Opens the file read-only and fills the report; false (with error and failedStep)
-/// when it cannot be read.
-bool inspectFile(const QString& path, FileReport* report);
+/// when it cannot be read. The tagging record is decoded only when asked (one thread
+/// at a time).
+bool inspectFile(const QString& path, FileReport* report, bool decodeTagging);
 
 /// "16-bit signed integer", "32-bit float".
 QString sampleFormatText(const FileReport& r);

@@ -85,7 +85,7 @@ int runScan(const QStringList& args)
     auto work = [&] {
         for (size_t i; (i = next.fetch_add(1)) < paths.size();) {
             ScanResult& r = results[i];
-            r.ok = inspectFile(paths[i], &r.report);
+            r.ok = inspectFile(paths[i], &r.report, false);
             // Content that is no container at all is not audio, unless its name says it is.
             r.audio = r.ok || r.report.error != kAudioFileUnsupportedFileTypeError
                 || CFileUtilFileTypeFromName(QFileInfo(paths[i]).fileName().toUtf8().constData()) != 0;
