@@ -226,8 +226,18 @@ OSErr CAuFileIO::ReadFloat(float* out, int32_t startFrame, int32_t numFrames)
         return paramErr;
     uint32_t bytesRead = 0;
     uint32_t packets = uint32_t(numFrames);
-    const OSStatus err
-        = AudioFileReadPackets(mAudioFile, true, &bytesRead, nullptr, int64_t(startFrame), &packets, out);
+    // Stored samples wider than a float (doubles) would not fit in the caller's buffer:
+    // they are read beside it and narrowed into it.
+    const bool wide
+        = mFormat.mChannelsPerFrame != 0 && mFormat.mBytesPerFrame / mFormat.mChannelsPerFrame > 4;
+    std::unique_ptr<uint8_t[]> wideBuffer;
+    if (wide) {
+        wideBuffer.reset(new (std::nothrow) uint8_t[size_t(numFrames) * mFormat.mBytesPerFrame + 1]);
+        if (!wideBuffer)
+            return memFullErr;
+    }
+    const OSStatus err = AudioFileReadPackets(mAudioFile, true, &bytesRead, nullptr, int64_t(startFrame),
+        &packets, wide ? static_cast<void*>(wideBuffer.get()) : out);
     if (err != noErr) {
         std::memset(out, 0, size_t(numFrames) * mFormat.mChannelsPerFrame * 4);
         return OSErr(err);
@@ -239,7 +249,8 @@ OSErr CAuFileIO::ReadFloat(float* out, int32_t startFrame, int32_t numFrames)
     const int size = (isFloat ? -bits : bits) >> 3;
     const tConvertNToFloat convert = GetConvertNToFloat(size, mFileType != kWave);
     // The raw samples sit at the start of the caller's buffer and widen in place.
-    convert(reinterpret_cast<int32_t*>(out), out, int32_t(frames * mFormat.mChannelsPerFrame), nullptr);
+    convert(reinterpret_cast<int32_t*>(out), wide ? static_cast<void*>(wideBuffer.get()) : out,
+        int32_t(frames * mFormat.mChannelsPerFrame), nullptr);
     return 0;
 }
 

@@ -98,7 +98,8 @@ public:
     /// Reads `numFrames` frames from `startFrame` into `out` as interleaved floats
     /// (numFrames x channels values). On a failed read the buffer is cleared (silence)
     /// and the error returned. Fewer frames at the end of the data are converted and
-    /// the rest of the buffer is left alone. A negative count: paramErr.
+    /// the rest of the buffer is left alone. A negative count: paramErr. 64-bit samples
+    /// are read into a buffer of their own first, since they do not fit in `out`.
     OSErr ReadFloat(float* out, int32_t startFrame, int32_t numFrames);
     /// Converts and writes `numFrames` interleaved float frames at `startFrame`.
     /// permErr when the file is not open for writing; memFullErr when no buffer.

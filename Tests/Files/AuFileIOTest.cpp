@@ -137,6 +137,31 @@ TEST_F(AuFileIO, FloatsRoundTripInEveryOrderAndDepth)
     }
 }
 
+TEST_F(AuFileIO, DoublesAreNarrowedWithoutOverrunningTheBuffer)
+{
+    // A 64-bit float WAVE, made through the service.
+    AudioStreamBasicDescription f {};
+    f.mSampleRate = 44100;
+    f.mFormatID = kAudioFormatLinearPCM;
+    f.mFormatFlags = kAudioFormatFlagIsFloat;
+    f.mChannelsPerFrame = 2;
+    f.mBitsPerChannel = 64;
+    AudioFileID af = nullptr;
+    ASSERT_EQ(AudioFileCreatePath(path("d.wav").c_str(), kAudioFileWAVEType, &f, 0, &af), noErr);
+    const double samples[6] = {0.5, -0.25, 1.0 / 3.0, 0.125, -1.0, 0.0};
+    uint32_t n = 3;
+    ASSERT_EQ(AudioFileWritePackets(af, true, 0, nullptr, 0, &n, samples), noErr);
+    AudioFileClose(af);
+    CAuFileIO io;
+    io.Set(path("d.wav").c_str(), 0);
+    ASSERT_EQ(io.Open(false), 0);
+    std::vector<float> out(7, 9.0f); // one guard value after the six samples
+    ASSERT_EQ(io.ReadFloat(out.data(), 0, 3), 0);
+    for (int i = 0; i < 6; ++i)
+        EXPECT_EQ(out[size_t(i)], float(samples[i]));
+    EXPECT_EQ(out[6], 9.0f);
+}
+
 TEST_F(AuFileIO, WriteDataSwapsTheCallersBufferForBigEndianFiles)
 {
     for (uint32_t type : {PvFourCC("AIFF"), PvFourCC("WAVE")}) {
