@@ -82,7 +82,7 @@ bool setFinderInfo(const QString& path, const char type[4], uint16_t flags)
 TEST(FileUtilTable, RowsLayoutLabelsAndLookups)
 {
     EXPECT_EQ(sizeof(tAudioFileType), 30u);
-    ASSERT_EQ(audioFileTypes[kAudioFileTypeRows].type, 0u);
+    ASSERT_EQ(FourCharCode(audioFileTypes[kAudioFileTypeRows].type), 0u);
     EXPECT_STREQ(audioFileTypes[kAudioFileTypeRows].label(), "Original Type");
     EXPECT_STREQ(audioFileTypes[0].label(), strSDIIfile + 1);
     EXPECT_STREQ(audioFileTypes[7].label(), "Wave File PC");
@@ -164,7 +164,7 @@ TEST(FileUtilStereo, PartnersFromTheSameRow)
         ASSERT_TRUE(CFileUtilGetStereoPartnerFSSpec(&spec, &partner)) << nameOf(c[0]);
         EXPECT_EQ(nameOf(partner), nameOf(c[1]));
         EXPECT_EQ(partner.vRefNum, c[0].vRefNum);
-        EXPECT_EQ(partner.parID, c[0].parID);
+        EXPECT_EQ(int32_t(partner.parID), int32_t(c[0].parID));
     }
     FSSpec plain = specNamed("Pad.aif");
     FSSpec untouched = specNamed("keep");
@@ -353,7 +353,7 @@ TEST(FileUtilFiles, CheckDirAcceptsFoldersOnly)
     FSSpec spec = folder.spec("Sub");
     const int32_t parent = spec.parID;
     ASSERT_EQ(CFileUtilCheckDir(&spec), noErr);
-    EXPECT_NE(spec.parID, parent);
+    EXPECT_NE(int32_t(spec.parID), parent);
     EXPECT_EQ(spec.name[0], 0);
     FSSpec file = folder.spec("File");
     EXPECT_NE(CFileUtilCheckDir(&file), noErr);
