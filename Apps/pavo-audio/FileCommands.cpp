@@ -5,6 +5,7 @@
 #include "Tool.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 
@@ -222,6 +223,10 @@ int runCrc(const QStringList& args)
     std::vector<unsigned char> block(1 << 20);
     for (const QString& path : files) {
         QFile file(path);
+        if (QFileInfo(path).isDir()) {
+            failures.add(path, QStringLiteral("cannot open"), notAFileErr);
+            continue;
+        }
         if (!file.open(QIODevice::ReadOnly)) {
             const OSStatus code = !pathExists(path)             ? OSStatus(fnfErr)
                 : file.error() == QFileDevice::PermissionsError ? OSStatus(permErr)

@@ -85,6 +85,15 @@ TEST(PavoAudioConvert, SampleFormatsMatchWhatSoxReads)
     // Widening is exact; floats carry 16-bit samples exactly and back.
     ASSERT_EQ(f.tool(args({"convert", "s16.aif", "s24.wav", "--bits", "24"})).status, 0);
     EXPECT_EQ(f.samples(QStringLiteral("s24.wav")), f.samples(QStringLiteral("s16.aif")));
+    ASSERT_EQ(f.tool(args({"convert", "s16.aif", "s32.caf", "--bits", "32"})).status, 0);
+    EXPECT_EQ(f.info(QStringLiteral("s32.caf")).value(QStringLiteral("sampleFormat")).toString(),
+        QStringLiteral("signed"));
+    EXPECT_EQ(f.samples(QStringLiteral("s32.caf")), f.samples(QStringLiteral("s16.aif")));
+    // 64-bit float sources are read too (and written as 32-bit floats).
+    ASSERT_TRUE(f.sox(args({"s16.aif", "-e", "floating-point", "-b", "64", "d64.wav"})));
+    EXPECT_EQ(f.info(QStringLiteral("d64.wav")).value(QStringLiteral("bits")).toInt(), 64);
+    ASSERT_EQ(f.tool(args({"convert", "d64.wav", "d64.aif", "--bits", "16"})).status, 0);
+    EXPECT_EQ(f.samples(QStringLiteral("d64.aif")), f.samples(QStringLiteral("s16.aif")));
     ASSERT_EQ(f.tool(args({"convert", "s16.aif", "f.wav", "--float"})).status, 0);
     const QJsonObject info = f.info(QStringLiteral("f.wav"));
     EXPECT_EQ(info.value(QStringLiteral("sampleFormat")).toString(), QStringLiteral("float"));

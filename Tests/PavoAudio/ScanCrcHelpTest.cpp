@@ -98,6 +98,7 @@ TEST(PavoAudioCrc, PrintsTheStandardChecksum)
     EXPECT_TRUE(r.outText().contains(
         QStringLiteral("%1").arg(whole, 8, 16, QLatin1Char('0')) + QStringLiteral("     3145728  big")));
     EXPECT_TRUE(r.errText().contains(QStringLiteral("gone: cannot open: fnfErr (-43): file not found")));
+    EXPECT_EQ(f.tool({QStringLiteral("crc"), f.dir()}).status, 1);
 }
 
 TEST(PavoAudioHelp, EveryCommandHasAManualPage)

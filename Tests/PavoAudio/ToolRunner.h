@@ -45,7 +45,11 @@ public:
 
     RunResult tool(const QStringList& args, const QByteArray& input = QByteArray()) const
     {
-        return runProgram(QStringLiteral(PAVO_AUDIO_TOOL), args, m_dir.path(), input);
+        // PAVO_AUDIO_TOOL in the environment runs another build of the tool (a sanitizer one).
+        const QString program = qEnvironmentVariableIsSet("PAVO_AUDIO_TOOL")
+            ? qEnvironmentVariable("PAVO_AUDIO_TOOL")
+            : QStringLiteral(PAVO_AUDIO_TOOL);
+        return runProgram(program, args, m_dir.path(), input);
     }
     /// sox; true when it succeeded.
     bool sox(const QStringList& args) const
