@@ -1,12 +1,4 @@
 #include "AudioFileLabels.h"
 
-extern "C" {
-const char strWavefile[] = " Wave File PC";
-const char strAIFFfile[] = " AIFF File";
-const char strSDIIfile[] = " SDII File";
-const char strCAFfile[] = " CAF File";
-const char strMP3file[] = " MP3 File";
-const char strMP4file[] = " MP4 File";
-const char strM4Afile[] = " AAC File";
-const char strOrigfile[] = " Original Type";
-}
+// The label texts themselves are defined once, beside CAuFileIO (CAuFileIO.cpp), which
+// exports them; this header only declares them for the naming rules.

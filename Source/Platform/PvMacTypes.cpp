@@ -34,6 +34,23 @@ constexpr ResultCodeRow kResultCodes[] = {
     {badFileFormat, "badFileFormat", "file format not recognised"},
     {notAFileErr, "notAFileErr", "item is a folder, not a file"},
     {errFSBadFSRef, "errFSBadFSRef", "file reference is invalid"},
+    // Codes of the audio file service (four characters each).
+    {OSStatus(PvFourCC("wht?")), "kAudioFileUnspecifiedError", "unspecified audio file error"},
+    {OSStatus(PvFourCC("typ?")), "kAudioFileUnsupportedFileTypeError",
+        "not an audio file type that can be read"},
+    {OSStatus(PvFourCC("fmt?")), "kAudioFileUnsupportedDataFormatError",
+        "sample format not supported by this file type"},
+    {OSStatus(PvFourCC("pty?")), "kAudioFileUnsupportedPropertyError", "property not supported"},
+    {OSStatus(PvFourCC("!siz")), "kAudioFileBadPropertySizeError", "wrong size for the property"},
+    {OSStatus(PvFourCC("prm?")), "kAudioFilePermissionsError", "audio file not open for writing"},
+    {OSStatus(PvFourCC("chk?")), "kAudioFileInvalidChunkError",
+        "chunk absent, or one that cannot be changed"},
+    {OSStatus(PvFourCC("off?")), "kAudioFileDoesNotAllow64BitDataSizeError",
+        "audio data too large for this file type"},
+    {OSStatus(PvFourCC("pck?")), "kAudioFileInvalidPacketOffsetError", "invalid sample frame position"},
+    {OSStatus(PvFourCC("dta?")), "kAudioFileInvalidFileError", "audio file is damaged or malformed"},
+    {OSStatus(0x6F703F3F), "kAudioFileOperationNotSupportedError",
+        "operation not supported by this file type"},
 };
 
 const ResultCodeRow* findRow(OSStatus code)

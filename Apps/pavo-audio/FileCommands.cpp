@@ -1,0 +1,260 @@
+// info, chunks and crc: the commands that look at or edit single files in place.
+#include "AudioAccess.h"
+#include "Commands.h"
+#include "Inspect.h"
+#include "Tool.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+
+#include <cstdio>
+
+namespace pavoaudio {
+
+int runInfo(const QStringList& args)
+{
+    QCommandLineParser parser;
+    parser.addOption(QCommandLineOption(QStringLiteral("json")));
+    if (const int status = parseCommand(parser, QStringLiteral("info"), args); status >= 0)
+        return status;
+    const QStringList files = parser.positionalArguments();
+    if (files.isEmpty())
+        return usageError(QStringLiteral("info"), QStringLiteral("no file given"));
+    const bool json = parser.isSet(QStringLiteral("json"));
+    Failures failures;
+    QJsonArray array;
+    bool first = true;
+    for (const QString& path : files) {
+        FileReport report;
+        if (!inspectFile(path, &report, true))
+            failures.add(path, report.failedStep, report.error);
+        if (json) {
+            array.append(reportJson(report));
+        } else if (report.error == noErr) {
+            out((first ? QString() : QStringLiteral("\n")) + reportText(report));
+            first = false;
+        }
+    }
+    if (json)
+        out(QString::fromUtf8(QJsonDocument(array).toJson(QJsonDocument::Indented)));
+    return failures.finish(int(files.size()));
+}
+
+namespace {
+
+bool readWholeFile(const QString& path, std::vector<uint8_t>* data, QString* reason)
+{
+    QFile file;
+    const bool fromStdin = path == QLatin1String("-");
+    const bool opened = fromStdin ? file.open(stdin, QIODevice::ReadOnly)
+                                  : (file.setFileName(path), file.open(QIODevice::ReadOnly));
+    if (!opened) {
+        *reason = QStringLiteral("cannot read the payload: ") + file.errorString();
+        return false;
+    }
+    const QByteArray bytes = file.readAll();
+    data->assign(bytes.begin(), bytes.end());
+    return true;
+}
+
+int chunksList(QCommandLineParser& parser)
+{
+    const QStringList files = parser.positionalArguments().mid(1);
+    if (files.isEmpty())
+        return usageError(QStringLiteral("chunks"), QStringLiteral("list: no file given"));
+    Failures failures;
+    for (const QString& path : files) {
+        AudioAccess file;
+        OSStatus e = file.open(path, false);
+        std::vector<ChunkEntry> chunks;
+        if (e == noErr)
+            e = file.listChunks(chunks);
+        if (e != noErr) {
+            failures.add(path, QStringLiteral("cannot list chunks"), e);
+            continue;
+        }
+        if (files.size() > 1)
+            out(path + QStringLiteral(":\n"));
+        for (const ChunkEntry& c : chunks)
+            out(QStringLiteral("%1%2 %3 %4\n")
+                    .arg(files.size() > 1 ? QStringLiteral("  ") : QString())
+                    .arg(QStringLiteral("'%1'").arg(fourCCText(c.id)), -12)
+                    .arg(c.index)
+                    .arg(c.size, 10));
+    }
+    return failures.finish(int(files.size()));
+}
+
+} // namespace
+
+int runChunks(const QStringList& args)
+{
+    QCommandLineParser parser;
+    parser.addOption(
+        QCommandLineOption(QStringLiteral("index"), QString(), QStringLiteral("n"), QStringLiteral("0")));
+    parser.addOption(QCommandLineOption(
+        QStringList {QStringLiteral("o"), QStringLiteral("output")}, QString(), QStringLiteral("file")));
+    parser.addOption(QCommandLineOption(QStringLiteral("force")));
+    if (const int status = parseCommand(parser, QStringLiteral("chunks"), args); status >= 0)
+        return status;
+    const QStringList pos = parser.positionalArguments();
+    if (pos.isEmpty())
+        return usageError(QStringLiteral("chunks"), QStringLiteral("say list, get, set or remove"));
+    const QString action = pos.at(0);
+    if (action == QLatin1String("list"))
+        return chunksList(parser);
+
+    const bool isGet = action == QLatin1String("get"), isSet = action == QLatin1String("set"),
+               isRemove = action == QLatin1String("remove");
+    if (!isGet && !isSet && !isRemove)
+        return usageError(QStringLiteral("chunks"),
+            QStringLiteral("unknown action '%1' (list, get, set or remove)").arg(action));
+    const qsizetype wanted = isSet ? 4 : 3;
+    if (pos.size() != wanted)
+        return usageError(QStringLiteral("chunks"),
+            isSet ? QStringLiteral("set takes FILE ID PAYLOAD")
+                  : QStringLiteral("%1 takes FILE ID").arg(action));
+    const QString path = pos.at(1);
+    uint32_t id = 0;
+    if (!parseFourCC(pos.at(2), &id))
+        return usageError(QStringLiteral("chunks"),
+            QStringLiteral("'%1' is no chunk ID (1 to 4 characters, or 0x and 8 hex digits)").arg(pos.at(2)));
+    bool ok = false;
+    const uint32_t index = parser.value(QStringLiteral("index")).toUInt(&ok);
+    if (!ok)
+        return usageError(QStringLiteral("chunks"), QStringLiteral("--index takes a number"));
+    const bool force = parser.isSet(QStringLiteral("force"));
+    const QString idText = QStringLiteral("'%1'").arg(fourCCText(id));
+
+    Failures failures;
+    AudioAccess file;
+    OSStatus e = file.open(path, !isGet);
+    if (e != noErr) {
+        failures.add(path, QStringLiteral("cannot open"), e);
+        return failures.finish(1);
+    }
+    if (isGet) {
+        std::vector<uint8_t> payload;
+        if ((e = file.readChunk(id, index, payload)) != noErr) {
+            failures.add(path, QStringLiteral("cannot read chunk %1 #%2").arg(idText).arg(index), e);
+            return failures.finish(1);
+        }
+        if (!parser.isSet(QStringLiteral("output"))) {
+            std::fwrite(payload.data(), 1, payload.size(), stdout);
+            return std::fflush(stdout) == 0 ? kExitOK : kExitFailures;
+        }
+        const QString target = parser.value(QStringLiteral("output"));
+        if (pathExists(target) && !force) {
+            failures.add(target, QStringLiteral("not overwritten (use --force)"), dupFNErr);
+            return failures.finish(1);
+        }
+        QFile outFile(target);
+        if (!outFile.open(QIODevice::WriteOnly | QIODevice::Truncate)
+            || outFile.write(reinterpret_cast<const char*>(payload.data()), qint64(payload.size()))
+                != qint64(payload.size())
+            || !outFile.flush()) {
+            failures.addText(target, QStringLiteral("cannot write the payload: ") + outFile.errorString());
+            return failures.finish(1);
+        }
+        return kExitOK;
+    }
+    const uint32_t present = file.countChunks(id);
+    if (isSet) {
+        std::vector<uint8_t> payload;
+        QString reason;
+        if (!readWholeFile(pos.at(3), &payload, &reason)) {
+            failures.addText(pos.at(3), reason);
+            return failures.finish(1);
+        }
+        if (payload.empty()) {
+            failures.addText(
+                pos.at(3), QStringLiteral("the payload is empty (use chunks remove to remove a chunk)"));
+            return failures.finish(1);
+        }
+        if (index > present) {
+            failures.addText(path,
+                QStringLiteral(
+                    "chunk %1 #%2 cannot be added: the file has %3 such chunk(s); the next index is %3")
+                    .arg(idText)
+                    .arg(index)
+                    .arg(present));
+            return failures.finish(1);
+        }
+        if (index < present && !force) {
+            failures.addText(path,
+                QStringLiteral("chunk %1 #%2 is present; not replaced without --force")
+                    .arg(idText)
+                    .arg(index));
+            return failures.finish(1);
+        }
+        if ((e = file.writeChunk(id, index, payload)) != noErr) {
+            failures.add(path, QStringLiteral("cannot write chunk %1").arg(idText), e);
+            return failures.finish(1);
+        }
+        out(QStringLiteral("%1: %2 chunk %3 #%4 (%5 bytes)\n")
+                .arg(path, index < present ? QStringLiteral("replaced") : QStringLiteral("added"), idText)
+                .arg(index)
+                .arg(payload.size()));
+    } else {
+        if ((e = file.removeChunk(id, index)) != noErr) {
+            failures.add(path, QStringLiteral("cannot remove chunk %1 #%2").arg(idText).arg(index), e);
+            return failures.finish(1);
+        }
+        out(QStringLiteral("%1: removed chunk %2 #%3\n").arg(path, idText).arg(index));
+    }
+    if ((e = file.close()) != noErr) {
+        failures.add(path, QStringLiteral("cannot finish the file"), e);
+        return failures.finish(1);
+    }
+    return kExitOK;
+}
+
+int runCrc(const QStringList& args)
+{
+    QCommandLineParser parser;
+    if (const int status = parseCommand(parser, QStringLiteral("crc"), args); status >= 0)
+        return status;
+    const QStringList files = parser.positionalArguments();
+    if (files.isEmpty())
+        return usageError(QStringLiteral("crc"), QStringLiteral("no file given"));
+    Failures failures;
+    std::vector<unsigned char> block(1 << 20);
+    for (const QString& path : files) {
+        QFile file(path);
+        if (QFileInfo(path).isDir()) {
+            failures.add(path, QStringLiteral("cannot open"), notAFileErr);
+            continue;
+        }
+        if (!file.open(QIODevice::ReadOnly)) {
+            const OSStatus code = !pathExists(path)             ? OSStatus(fnfErr)
+                : file.error() == QFileDevice::PermissionsError ? OSStatus(permErr)
+                                                                : OSStatus(ioErr);
+            failures.add(path, QStringLiteral("cannot open"), code);
+            continue;
+        }
+        uint32_t crc = 0;
+        qint64 total = 0;
+        bool failed = false;
+        for (;;) {
+            const qint64 n = file.read(reinterpret_cast<char*>(block.data()), qint64(block.size()));
+            if (n < 0) {
+                failed = true;
+                break;
+            }
+            if (n == 0)
+                break;
+            crc = PVCRC32(crc, block.data(), uint32_t(n));
+            total += n;
+        }
+        if (failed) {
+            failures.add(path, QStringLiteral("cannot read"), ioErr);
+            continue;
+        }
+        out(QStringLiteral("%1  %2  %3\n").arg(crc, 8, 16, QLatin1Char('0')).arg(total, 10).arg(path));
+    }
+    return failures.finish(int(files.size()));
+}
+
+} // namespace pavoaudio

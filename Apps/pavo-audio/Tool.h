@@ -1,0 +1,88 @@
+// Shared pieces of the pavo-audio commands: messages, the list of failures of a batch,
+// four-character codes on the command line, container names and option parsing.
+#pragma once
+
+#include <Pavo/PavoCore.h>
+
+#include <QCommandLineParser>
+#include <QString>
+#include <QStringList>
+
+#include <cstdint>
+#include <vector>
+
+namespace pavoaudio {
+
+/// Exit statuses of the tool.
+enum ExitStatus : int {
+    kExitOK = 0,
+    kExitFailures = 1, ///< at least one file failed
+    kExitUsage = 2, ///< the command line was wrong
+};
+
+/// Writes text to standard output / standard error in the locale's encoding.
+void out(const QString& text);
+void err(const QString& text);
+
+/// "fnfErr (-43): file not found"; codes the framework does not name are shown as
+/// their number (and as four characters when they spell some).
+QString describeResult(OSStatus code);
+
+/// Collects the files that failed in a batch and reports them as they happen and again
+/// at the end.
+class Failures {
+public:
+    /// Reports "pavo-audio: FILE: WHAT: <result>" on standard error and keeps it.
+    void add(const QString& file, const QString& what, OSStatus code);
+    /// The same with a reason in words.
+    void addText(const QString& file, const QString& reason);
+    bool empty() const { return m_lines.empty(); }
+    int count() const { return int(m_lines.size()); }
+    /// When more than one item was handled and some failed, lists the failures again;
+    /// returns the exit status (kExitOK or kExitFailures).
+    int finish(int handled) const;
+
+private:
+    std::vector<QString> m_lines;
+};
+
+/// A four-character code as text: the four characters when they are printable, else
+/// 0xXXXXXXXX.
+QString fourCCText(uint32_t code);
+/// Parses "basc", "ID3" (padded with blanks) or "0x62617363"; false for anything else.
+bool parseFourCC(const QString& text, uint32_t* out);
+
+/// Display name of a container type ("AIFF", "AIFC", "WAVE", "CAF", "SD2").
+QString containerName(uint32_t fileType);
+/// Container type of a --format value (aiff, aifc, wave/wav, caf, sd2); 0 if none.
+uint32_t containerFromOption(const QString& name);
+/// Container type that a file name's extension asks for through the naming rules
+/// (".aifc" gives 'AIFC'); 0 when the extension names no container the tool writes.
+uint32_t containerFromName(const QString& fileName);
+/// The extension (with its dot) that new files of a container get.
+QString extensionFor(uint32_t fileType);
+
+/// Prints the manual page of a command ("" for the tool itself).
+void printHelp(const QString& command);
+/// Parses `args` (the command's own, without the program and command names) with the
+/// parser's options plus --help. Returns -1 to go on; otherwise the exit status to
+/// return at once (help printed or usage error reported).
+int parseCommand(QCommandLineParser& parser, const QString& command, const QStringList& args);
+/// Reports a usage error for `command` and returns kExitUsage.
+int usageError(const QString& command, const QString& message);
+
+/// Sample layout options shared by convert and stereo: --format, --bits, --float.
+struct TargetOptions {
+    uint32_t fileType = 0; ///< 0: decided by the caller
+    int bits = 0; ///< 0: keep the source's
+    bool isFloat = false;
+    bool floatGiven = false;
+};
+void addTargetOptions(QCommandLineParser& parser);
+/// Reads --format, --bits and --float; false (with the message) when a value is wrong.
+bool readTargetOptions(const QCommandLineParser& parser, TargetOptions* out, QString* message);
+
+/// Whether the path names an existing file or folder (also a dangling link).
+bool pathExists(const QString& path);
+
+} // namespace pavoaudio
