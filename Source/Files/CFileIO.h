@@ -40,9 +40,9 @@ public:
     /// reset after a close).
     void Init();
 
-    /// Closes any open file, follows symbolic links from the spec to the final target
+    /// Closes any open file, follows symbolic links from the FSSpec to the final target
     /// (rewriting *spec to name it), and opens its data fork for reading, or for reading
-    /// and writing when permission is non-zero. paramErr for a folder or a null spec,
+    /// and writing when permission is non-zero. paramErr for a folder or a null FSSpec,
     /// fnfErr for a missing item, permErr when access is refused.
     OSErr Open(FSSpec* spec, unsigned char permission);
     OSErr OpenRead(FSSpec* spec) { return Open(spec, 0); }

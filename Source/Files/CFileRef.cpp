@@ -292,7 +292,7 @@ bool CFileRef::Set(const FSSpec* spec)
 bool CFileRef::Set(int16_t vRefNum, int32_t dirID, unsigned char* pascalName)
 {
     FSSpec spec;
-    PvCatalog::MakeSpec(vRefNum, dirID, pascalName, &spec); // a spec of a missing item still tells where
+    PvCatalog::MakeSpec(vRefNum, dirID, pascalName, &spec); // a FSSpec of a missing item still tells where
     return Set(&spec);
 }
 
@@ -426,7 +426,7 @@ bool CFileRef::folderSpecOfParent(FSSpec* out)
     int32_t dirID = 0;
     if (PvCatalog::MakeRef(path, &folder) != noErr || PvCatalog::RefSpec(&folder, &spec) != noErr)
         return false;
-    // The folder check: the spec must name a folder, which then stands for its contents.
+    // The folder check: the FSSpec must name a folder, which then stands for its contents.
     FSRef checked;
     if (PvCatalog::SpecRef(&spec, &checked) != noErr || PvCatalog::RefFolderID(&checked, &dirID) != noErr)
         return false;

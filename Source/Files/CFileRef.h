@@ -122,7 +122,7 @@ public:
     /// character. The new path is set with the directory flag, as callers expect.
     void ReplaceExtensionBy(const char* ext);
     /// Stores in the FSRef the item an FSSpec names, trying every mounted volume when
-    /// the spec's own volume number does not find it. False when no volume has it.
+    /// the FSSpec's own volume number does not find it. False when no volume has it.
     bool CheckVRefNum(const FSSpec* spec);
 
     /// The mValid flags (kFSRefValid, kURLValid).

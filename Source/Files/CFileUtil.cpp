@@ -89,7 +89,7 @@ char* setNewExtension(char* name, const char* ext, int bufSize, bool characters)
     return name + at;
 }
 
-// The spec's name as a zero-terminated string of at most 31 bytes.
+// The FSSpec's name as a zero-terminated string of at most 31 bytes.
 void specName(const FSSpec* spec, char (&out)[kSpecNameBuffer])
 {
     size_t n = spec->name[0];
@@ -121,7 +121,7 @@ bool sameSpec(const FSSpec* a, const FSSpec* b)
             reinterpret_cast<const char*>(a->name + 1), reinterpret_cast<const char*>(b->name + 1), n);
 }
 
-// Whether any item (file, folder, link) of the spec's name is in the spec's folder.
+// Whether any item (file, folder, link) of the FSSpec's name is in the FSSpec's folder.
 bool itemExists(const FSSpec* spec)
 {
     if (spec->name[0] == 0)

@@ -62,9 +62,9 @@ extern "C" {
 extern const tAudioFileType audioFileTypes[kAudioFileTypeRows + 1];
 
 /// The file type of the item an FSSpec names: the type of its Finder information when
-/// the spec has a volume, the item is a file and that type is not 0; otherwise the type
+/// the FSSpec has a volume, the item is a file and that type is not 0; otherwise the type
 /// its name's extension maps to (text from the last '.', any case); 0 when none or for a
-/// null spec.
+/// null FSSpec.
 FourCharCode CFileUtilFileType(FSSpec* spec);
 
 /// The type that the extension of a zero-terminated name maps to (the text from its last
@@ -112,23 +112,23 @@ char* CFileUtilSetNewExtension(char* name, const char* ext, int bufSize);
 /// CFileUtilSetNewExtension(name, ext, bufSize). Returns that function's result.
 char* CFileUtilSetExtension(char* name, const char* ext, int bufSize);
 
-/// Makes the spec's name end in `ext` (with its dot): the name is first clamped to 31
+/// Makes the FSSpec's name end in `ext` (with its dot): the name is first clamped to 31
 /// characters; a name already ending in `ext` (any case) keeps it; otherwise all known
 /// audio endings are cut and `ext` is set within 31 characters. Null arguments: no-op.
 void CFileUtilEnsureFSSpecExtension(FSSpec* spec, const char* ext);
 
-/// CFileUtilSetExtension on the spec's name, within 31 characters. Null spec: no-op.
+/// CFileUtilSetExtension on the FSSpec's name, within 31 characters. Null FSSpec: no-op.
 void CFileUtilSetFSSpecExtension(FSSpec* spec, const char* ext);
 
-/// CFileUtilSetNewExtension on the spec's name, within 31 characters. Null spec: no-op.
+/// CFileUtilSetNewExtension on the FSSpec's name, within 31 characters. Null FSSpec: no-op.
 void CFileUtilSetNewFSSpecExtension(FSSpec* spec, const char* ext);
 
-/// Cuts all known audio endings off the spec's name (clamped to 31 characters) and, when
+/// Cuts all known audio endings off the FSSpec's name (clamped to 31 characters) and, when
 /// no piece cut held a '.', a plain extension. Returns whether something with a dot was
 /// cut. Null: false.
 bool CFileUtilCutFSSpecExtension(FSSpec* spec);
 
-/// When the spec's name has a stereo suffix, fills `partner` with the spec whose suffix
+/// When the FSSpec's name has a stereo suffix, fills `partner` with the FSSpec whose suffix
 /// is the other one of the same row (".L.aif" and ".R.aif") and returns true; whether the
 /// partner exists is not checked. False (partner untouched) when there is no suffix or
 /// an argument is null.
@@ -139,12 +139,12 @@ bool CFileUtilGetStereoPartnerFSSpec(FSSpec* spec, FSSpec* partner);
 /// paramErr for null, the catalog's error when nothing is there, dirNFErr for a file.
 OSErr CFileUtilCheckDir(FSSpec* spec);
 
-/// Renames the spec (only the record, not the item) until no file or folder of that name
+/// Renames the FSSpec (only the record, not the item) until no file or folder of that name
 /// exists in its folder and, for a stereo file, no partner file exists either unless the
 /// partner is `except`. New names keep the extension and a ".L"/".R" marker before it
 /// and put "#n" before them: "Vox.aif" becomes "Vox#1.aif", "Vox#7.aif" becomes
 /// "Vox#8.aif", "Gtr.L.aif" becomes "Gtr#1.L.aif"; the base is shortened so the name
-/// stays within 31 characters. Returns whether the name changed; false for a null spec
+/// stays within 31 characters. Returns whether the name changed; false for a null FSSpec
 /// or an empty name.
 bool CFileUtilMakeFileNameUnique(FSSpec* spec, FSSpec* except);
 

@@ -96,12 +96,12 @@ public:
 
     /// Fills an FSSpec from volume, folder ID and Pascal name (FSMakeFSSpec). The name
     /// is copied as given (at most 63 bytes kept). Returns noErr when the item exists,
-    /// fnfErr when only its folder exists (the spec is then still filled), or the error
+    /// fnfErr when only its folder exists (the FSSpec is then still filled), or the error
     /// of the volume or folder lookup.
     static OSErr MakeSpec(int16_t vRefNum, int32_t dirID, const unsigned char* pascalName, FSSpec* out);
 
     /// Follows symbolic links from the item an FSSpec names to the final target and
-    /// rewrites the spec to name the target (ResolveAliasFile with chains followed).
+    /// rewrites the FSSpec to name the target (ResolveAliasFile with chains followed).
     /// fnfErr when the item or a link target does not exist; *isFolder and *wasAliased
     /// (when given) say whether the target is a folder and whether a link was followed.
     static OSErr ResolveAliasFile(FSSpec* spec, bool* isFolder, bool* wasAliased);

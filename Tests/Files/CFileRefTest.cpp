@@ -176,7 +176,7 @@ TEST(CFileRef, FSRefFSSpecAndVolumeWalk)
     CFileRef byRef(&fsRef);
     EXPECT_EQ(QString::fromStdString(pathOf(byRef)), file);
 
-    // A stale volume number: the spec is found on the volume that has it.
+    // A stale volume number: the FSSpec is found on the volume that has it.
     FSSpec stale = spec;
     stale.vRefNum = -31000;
     CFileRef walked(&stale);
@@ -194,7 +194,7 @@ TEST(CFileRef, FSRefFSSpecAndVolumeWalk)
     EXPECT_FALSE(byPath.Exists());
     EXPECT_EQ(byPath.validFlags(), 2u);
     EXPECT_FALSE(byRef.GetFSRef(&fsRef));
-    // With its FSRef flag still set the spec route fails once and clears the flag;
+    // With its FSRef flag still set the FSSpec route fails once and clears the flag;
     // from then on the folder, which is still there, answers through the URL.
     EXPECT_EQ(byRef.GetParID(), -1);
     EXPECT_EQ(byRef.GetParID(), int32_t(spec.parID));
