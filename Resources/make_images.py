@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Draws the framework's own pictures (textured window frame, bevel) into images/ and
-writes pavo.qrc, which compiles them into PavoUI under :/Pavo/. Run it after changing a
+writes pavo.qrc, which compiles them into PavoUI under :/Pavo/Images/ beside the
+other framework pictures, so pv_loadPavoBundleImage finds them by name. Run it after changing a
 picture: python3 Resources/make_images.py"""
 
 import os
@@ -176,7 +177,7 @@ def main():
         write_png(os.path.join(OUT, name + ".png"), w, h, pixel)
         entries.append('        <file alias="%s.png">images/%s.png</file>' % (name, name))
     with open(os.path.join(HERE, "pavo.qrc"), "w") as f:
-        f.write("<!DOCTYPE RCC>\n<RCC version=\"1.0\">\n    <qresource prefix=\"/Pavo\">\n")
+        f.write("<!DOCTYPE RCC>\n<RCC version=\"1.0\">\n    <qresource prefix=\"/Pavo/Images\">\n")
         f.write("\n".join(entries) + "\n")
         f.write("    </qresource>\n</RCC>\n")
 

@@ -288,12 +288,14 @@ QWidget* bevelPage()
     auto* plain = new PvWindowBevelView;
     plain->setFixedHeight(24);
     auto* pictured = new PvWindowBevelView;
-    pictured->setImages(QPixmap(":/Pavo/PV_BevelLeft.png"), QPixmap(":/Pavo/PV_BevelMiddle.png"),
-        QPixmap(":/Pavo/PV_BevelRight.png"));
+    pictured->setImages(pv_loadPavoBundleImage(QStringLiteral("PV_BevelLeft")),
+        pv_loadPavoBundleImage(QStringLiteral("PV_BevelMiddle")),
+        pv_loadPavoBundleImage(QStringLiteral("PV_BevelRight")));
     pictured->setFixedHeight(24);
     auto* special = new PvWindowBevelView;
-    special->setImages(QPixmap(":/Pavo/PV_BevelLeft.png"), QPixmap(":/Pavo/PV_TexturedTitle.png"),
-        QPixmap(":/Pavo/PV_BevelRight.png"));
+    special->setImages(pv_loadPavoBundleImage(QStringLiteral("PV_BevelLeft")),
+        pv_loadPavoBundleImage(QStringLiteral("PV_TexturedTitle")),
+        pv_loadPavoBundleImage(QStringLiteral("PV_BevelRight")));
     special->setSpecialImage(QSizeF(160, 24), QPointF(60, 0));
     special->setFixedHeight(24);
     v->addWidget(labelled("Drawn from the palette", plain));

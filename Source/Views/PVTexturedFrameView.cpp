@@ -1,5 +1,6 @@
 #include "PVTexturedFrameView.h"
 
+#include "PvBundleImage.h"
 #include "PvThemeWindow.h"
 
 #include <QFile>
@@ -24,9 +25,10 @@ QStringList PVTexturedFrameView::getImageNamesSet() const
 
 QPixmap PVTexturedFrameView::loadImageNamed(const QString& name) const
 {
-    const QString resource = QStringLiteral(":/Pavo/") + name + QStringLiteral(".png");
-    if (QFile::exists(resource))
-        return QPixmap(resource);
+    // A framework picture by name first, else a picture file the host named by path.
+    const QPixmap framework = pv_loadPavoBundleImage(name);
+    if (!framework.isNull())
+        return framework;
     return QFile::exists(name) ? QPixmap(name) : QPixmap();
 }
 
