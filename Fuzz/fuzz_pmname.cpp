@@ -13,21 +13,24 @@
 
 namespace {
 
-void removeScratchFile();
-
-// The file the inputs are written to, one per process, removed at exit.
-QString scratchFile()
-{
-    static const QString path = [] {
-        std::atexit(removeScratchFile);
-        return QDir::tempPath() + QStringLiteral("/pavo-fuzz-pmname-%1.bin").arg(::getpid());
-    }();
-    return path;
-}
+// The file the inputs are written to, one per process, removed at exit. The path is kept
+// in plain bytes so that the exit handler never touches an object already destroyed.
+char s_scratchPath[256];
 
 void removeScratchFile()
 {
-    QFile::remove(scratchFile());
+    ::unlink(s_scratchPath);
+}
+
+QString scratchFile()
+{
+    if (s_scratchPath[0] == '\0') {
+        const QByteArray path
+            = (QDir::tempPath() + QStringLiteral("/pavo-fuzz-pmname-%1.bin").arg(::getpid())).toLocal8Bit();
+        qstrncpy(s_scratchPath, path.constData(), sizeof s_scratchPath);
+        std::atexit(removeScratchFile);
+    }
+    return QString::fromLocal8Bit(s_scratchPath);
 }
 
 } // namespace
