@@ -423,3 +423,54 @@ TEST_F(AudioFilePeers, ChunksAddedHereAreSeenByLibsndfile)
 }
 
 } // namespace
+
+namespace {
+
+// What CAuFileIO writes (through CreateAndOpen and WriteFloat) libsndfile reads back as
+// the same floats. 8-bit WAVE is left out: its samples are unsigned, while the 8-bit
+// writers of the converter family write signed bytes, so peers read them offset by 128.
+TEST_F(AudioFilePeers, FilesCreatedByCAuFileIOReadTheSameInLibsndfile)
+{
+    FSRef folder {};
+    ASSERT_EQ(PathToFSRef(dir.path(), &folder), noErr);
+    const std::pair<uint32_t, const char*> types[] = {{PvFourCC("WAVE"), "wav"}, {PvFourCC("AIFF"), "aif"},
+        {PvFourCC("caff"), "caf"}, {PvFourCC("Sd2f"), "sd2"}};
+    int made = 0;
+    for (const auto& [type, ext] : types) {
+        for (int bits : {8, 16, 24, 32}) {
+            if ((type == PvFourCC("WAVE") && bits == 8) || (type == PvFourCC("Sd2f") && bits == 32))
+                continue;
+            for (int channels : {1, 2}) {
+                const QString name
+                    = QStringLiteral("io%1_%2.%3").arg(bits).arg(channels).arg(QString::fromUtf8(ext));
+                SCOPED_TRACE(name.toStdString());
+                std::vector<float> in(size_t(256 * channels));
+                for (size_t i = 0; i < in.size(); ++i)
+                    in[i] = float(int(i % 200) - 100) / 128.0f;
+                {
+                    CAuFileIO io;
+                    ASSERT_EQ(
+                        io.CreateAndOpen(&folder, name, 0, channels, bits, 44100, int32_t(type), nullptr), 0);
+                    ASSERT_EQ(io.WriteFloat(in.data(), 0, 256), 0);
+                }
+                const std::string file = dir.filePath(name).toStdString();
+                if (type == PvFourCC("Sd2f"))
+                    forkToAppleDouble(file);
+                SF_INFO info {};
+                SNDFILE* sf = sf_open(file.c_str(), SFM_READ, &info);
+                ASSERT_NE(sf, nullptr) << sf_strerror(nullptr);
+                EXPECT_EQ(info.channels, channels);
+                EXPECT_EQ(info.samplerate, 44100);
+                ASSERT_EQ(info.frames, 256);
+                std::vector<float> out(in.size());
+                EXPECT_EQ(sf_read_float(sf, out.data(), sf_count_t(out.size())), sf_count_t(out.size()));
+                sf_close(sf);
+                EXPECT_TRUE(out == in);
+                ++made;
+            }
+        }
+    }
+    EXPECT_EQ(made, 28);
+}
+
+} // namespace
