@@ -24,6 +24,7 @@ seeds = {
     "negative_size": (0xF0, 6, b"Name.wav", b".aif"),
     "long_name": (0x7F, 0, b"n" * 300 + b".R.wav", b".aiff"),
     "long_ext": (40, 0, b"x", b".extension-longer-than-the-buffer-" * 2),
+    "lead_bytes_only": (9, 0, b"a\xc3" + b"\xcb" * 12 + b"\xe2\xa9\xffz", b".w"),
 }
 for name, (size, flags, text, ext) in seeds.items():
     with open(os.path.join(out, name), "wb") as f:
