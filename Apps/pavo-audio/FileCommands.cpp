@@ -211,6 +211,36 @@ int runChunks(const QStringList& args)
     return kExitOK;
 }
 
+namespace {
+
+/// CFileIO::CRC of a file that an FSSpec can name (a name of at most 31 ASCII
+/// characters); false when the file cannot be reached that way.
+bool frameworkFileCrc(const QString& path, uint32_t* crc, int64_t* length)
+{
+    const QFileInfo info(path);
+    const QString name = info.fileName();
+    bool ascii = !name.isEmpty() && name.size() <= 31;
+    for (QChar c : name)
+        ascii = ascii && c.unicode() >= 0x20 && c.unicode() < 0x7F;
+    if (!ascii)
+        return false;
+    CFileRef ref(QFile::encodeName(info.absoluteFilePath()).constData(), 0);
+    FSSpec spec {};
+    if (!ref.GetFSSpec(&spec)
+        || QByteArray(reinterpret_cast<const char*>(spec.name + 1), spec.name[0]) != name.toLatin1())
+        return false;
+    CFileIO file;
+    if (file.OpenRead(&spec) != noErr)
+        return false;
+    *length = file.GetEOF();
+    *crc = file.CRC();
+    file.Close();
+    // CRC() gives 0xFFFFFFFF for a failed read; that value is checked the long way.
+    return *crc != 0xFFFFFFFFu;
+}
+
+} // namespace
+
 int runCrc(const QStringList& args)
 {
     QCommandLineParser parser;
@@ -235,7 +265,13 @@ int runCrc(const QStringList& args)
             continue;
         }
         uint32_t crc = 0;
-        qint64 total = 0;
+        int64_t total = 0;
+        if (frameworkFileCrc(path, &crc, &total)) {
+            out(QStringLiteral("%1  %2  %3\n").arg(crc, 8, 16, QLatin1Char('0')).arg(total, 10).arg(path));
+            continue;
+        }
+        crc = 0;
+        total = 0;
         bool failed = false;
         for (;;) {
             const qint64 n = file.read(reinterpret_cast<char*>(block.data()), qint64(block.size()));

@@ -147,7 +147,9 @@ QJsonObject reportJson(const FileReport& r)
         : (r.bits == 8 && r.fileType == kAudioFileWAVEType) ? QStringLiteral("unsigned")
                                                             : QStringLiteral("signed");
     o[QStringLiteral("bits")] = r.bits;
-    o[QStringLiteral("byteOrder")] = r.bigEndian ? QStringLiteral("big") : QStringLiteral("little");
+    o[QStringLiteral("byteOrder")] = r.bytesPerSample <= 1 ? QStringLiteral("none")
+        : r.bigEndian                                      ? QStringLiteral("big")
+                                                           : QStringLiteral("little");
     o[QStringLiteral("channels")] = r.channels;
     o[QStringLiteral("sampleRate")] = r.sampleRate;
     o[QStringLiteral("frames")] = double(r.frames);

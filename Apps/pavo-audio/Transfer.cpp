@@ -15,6 +15,11 @@ OSStatus copyChunks(AudioAccess& from, AudioAccess& to, QStringList* dropped)
         return e;
     std::vector<uint8_t> payload;
     for (const ChunkEntry& c : chunks) {
+        // 'fact' counts the frames of WAVE data; it means nothing in the other containers.
+        if (c.id == PvFourCC("fact") && to.fileType() != kAudioFileWAVEType) {
+            dropped->append(QStringLiteral("'fact'"));
+            continue;
+        }
         if ((e = from.readChunk(c.id, c.index, payload)) != noErr)
             return e;
         if (payload.empty())

@@ -12,8 +12,9 @@ namespace pavoaudio {
 /// Frames moved per block.
 inline constexpr uint32_t kBlockFrames = 8192;
 
-/// Copies every chunk of `from` into `to`. Chunks the target cannot carry are skipped
-/// and their IDs appended to `dropped`; any other failure ends the copy.
+/// Copies every chunk of `from` into `to`. Chunks the target cannot carry (those the
+/// service refuses, and WAVE's 'fact' in other containers) are skipped and their IDs
+/// appended to `dropped`; any other failure ends the copy.
 OSStatus copyChunks(AudioAccess& from, AudioAccess& to, QStringList* dropped);
 
 /// A name in `dir` for a new file called `name` that names no existing item. With

@@ -69,6 +69,7 @@ TEST(PavoAudioInfo, ReportsTheFormatOfFilesMadeBySox)
     const QJsonObject caf = f.info(QStringLiteral("Hat.caf"));
     EXPECT_EQ(caf.value(QStringLiteral("container")).toString(), QStringLiteral("CAF"));
     EXPECT_EQ(caf.value(QStringLiteral("bits")).toInt(), 8);
+    EXPECT_EQ(caf.value(QStringLiteral("byteOrder")).toString(), QStringLiteral("none"));
     EXPECT_EQ(caf.value(QStringLiteral("frames")).toInt(), 2205);
 
     const RunResult text = f.tool({QStringLiteral("info"), QStringLiteral("Loop.aif")});

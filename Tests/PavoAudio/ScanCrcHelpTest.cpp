@@ -82,6 +82,8 @@ TEST(PavoAudioCrc, PrintsTheStandardChecksum)
     ToolFolder f;
     ASSERT_TRUE(writeAll(f.path(QStringLiteral("nine")), "123456789"));
     ASSERT_TRUE(writeAll(f.path(QStringLiteral("empty")), QByteArray()));
+    const QString longName = QStringLiteral("a name longer than thirty-one characters");
+    ASSERT_TRUE(writeAll(f.path(longName), "123456789"));
     QByteArray big(3 << 20, '\0');
     for (int i = 0; i < big.size(); ++i)
         big[i] = char(i * 7 + (i >> 11));
@@ -92,6 +94,8 @@ TEST(PavoAudioCrc, PrintsTheStandardChecksum)
     EXPECT_TRUE(r.outText().contains(QStringLiteral("cbf43926           9  nine\n")))
         << r.outText().toStdString();
     EXPECT_TRUE(r.outText().contains(QStringLiteral("00000000           0  empty\n")));
+    const RunResult named = f.tool({QStringLiteral("crc"), longName});
+    EXPECT_EQ(named.outText(), QStringLiteral("cbf43926           9  ") + longName + QLatin1Char('\n'));
     // A file read in several blocks gives the checksum of its bytes in one piece.
     const uint32_t whole
         = PVCRC32(0, reinterpret_cast<const unsigned char*>(big.constData()), uint32_t(big.size()));
