@@ -55,12 +55,12 @@ bool wellFormed(const char* text)
 
 FSSpec specOf(const std::string& name)
 {
-    FSSpec spec;
-    std::memset(&spec, 0, sizeof spec);
-    const size_t n = std::min<size_t>(name.size(), sizeof spec.name - 1);
-    spec.name[0] = uint8_t(n);
-    std::memcpy(spec.name + 1, name.data(), n);
-    return spec;
+    FSSpec fsSpec;
+    std::memset(&fsSpec, 0, sizeof fsSpec);
+    const size_t n = std::min<size_t>(name.size(), sizeof fsSpec.name - 1);
+    fsSpec.name[0] = uint8_t(n);
+    std::memcpy(fsSpec.name + 1, name.data(), n);
+    return fsSpec;
 }
 
 } // namespace
@@ -121,23 +121,23 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
             check(std::strlen(m.get()) + 1 <= size_t(bufSize));
     }
     {
-        FSSpec spec = specOf(name);
-        CFileUtilEnsureFSSpecExtension(&spec, ext.c_str());
-        check(spec.name[0] <= 31);
-        spec = specOf(name);
-        CFileUtilSetFSSpecExtension(&spec, ext.c_str());
-        check(spec.name[0] <= 31);
-        spec = specOf(name);
-        CFileUtilSetNewFSSpecExtension(&spec, ext.c_str());
-        check(spec.name[0] <= 31);
-        spec = specOf(name);
-        CFileUtilCutFSSpecExtension(&spec);
-        check(spec.name[0] <= 31);
-        spec = specOf(name);
+        FSSpec fsSpec = specOf(name);
+        CFileUtilEnsureFSSpecExtension(&fsSpec, ext.c_str());
+        check(fsSpec.name[0] <= 31);
+        fsSpec = specOf(name);
+        CFileUtilSetFSSpecExtension(&fsSpec, ext.c_str());
+        check(fsSpec.name[0] <= 31);
+        fsSpec = specOf(name);
+        CFileUtilSetNewFSSpecExtension(&fsSpec, ext.c_str());
+        check(fsSpec.name[0] <= 31);
+        fsSpec = specOf(name);
+        CFileUtilCutFSSpecExtension(&fsSpec);
+        check(fsSpec.name[0] <= 31);
+        fsSpec = specOf(name);
         FSSpec partner;
-        if (CFileUtilGetStereoPartnerFSSpec(&spec, &partner))
-            check(partner.name[0] == std::min<int>(spec.name[0], 31));
-        CFileUtilFileType(&spec); // volume 0: the name alone decides
+        if (CFileUtilGetStereoPartnerFSSpec(&fsSpec, &partner))
+            check(partner.name[0] == std::min<int>(fsSpec.name[0], 31));
+        CFileUtilFileType(&fsSpec); // volume 0: the name alone decides
         CFileUtilFileTypeFromName(name.c_str());
     }
     return 0;

@@ -47,10 +47,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     file.close();
 
     CFileRef ref(scratchFile(), kPathStylePOSIX, 0);
-    FSSpec spec;
-    if (!ref.GetFSSpec(&spec))
+    FSSpec fsSpec;
+    if (!ref.GetFSSpec(&fsSpec))
         std::abort();
-    CFileIO io(&spec, 0);
+    CFileIO io(&fsSpec, 0);
     if (!io.isOpen())
         std::abort();
     if (data[0] & 2)

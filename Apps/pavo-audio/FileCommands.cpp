@@ -225,12 +225,12 @@ bool frameworkFileCrc(const QString& path, uint32_t* crc, int64_t* length)
     if (!ascii)
         return false;
     CFileRef ref(QFile::encodeName(info.absoluteFilePath()).constData(), 0);
-    FSSpec spec {};
-    if (!ref.GetFSSpec(&spec)
-        || QByteArray(reinterpret_cast<const char*>(spec.name + 1), spec.name[0]) != name.toLatin1())
+    FSSpec fsSpec {};
+    if (!ref.GetFSSpec(&fsSpec)
+        || QByteArray(reinterpret_cast<const char*>(fsSpec.name + 1), fsSpec.name[0]) != name.toLatin1())
         return false;
     CFileIO file;
-    if (file.OpenRead(&spec) != noErr)
+    if (file.OpenRead(&fsSpec) != noErr)
         return false;
     *length = file.GetEOF();
     *crc = file.CRC();

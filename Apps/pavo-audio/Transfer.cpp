@@ -77,16 +77,17 @@ QString frameworkUnique(const QString& dir, const QString& name, bool pair)
     if (!ascii || name.size() > 31)
         return QString();
     CFileRef ref(QDir(dir).absolutePath(), name);
-    FSSpec spec {};
-    spec.vRefNum = ref.GetVolumeRefNumber();
-    spec.parID = ref.GetParID();
-    if (spec.parID == -1)
+    FSSpec fsSpec {};
+    fsSpec.vRefNum = ref.GetVolumeRefNumber();
+    fsSpec.parID = ref.GetParID();
+    if (fsSpec.parID == -1)
         return QString();
     const QByteArray bytes = name.toLatin1();
-    spec.name[0] = uint8_t(bytes.size());
-    std::memcpy(spec.name + 1, bytes.constData(), size_t(bytes.size()));
-    CFileUtilMakeFileNameUnique(&spec, nullptr);
-    const QString result = QString::fromLatin1(reinterpret_cast<const char*>(spec.name + 1), spec.name[0]);
+    fsSpec.name[0] = uint8_t(bytes.size());
+    std::memcpy(fsSpec.name + 1, bytes.constData(), size_t(bytes.size()));
+    CFileUtilMakeFileNameUnique(&fsSpec, nullptr);
+    const QString result
+        = QString::fromLatin1(reinterpret_cast<const char*>(fsSpec.name + 1), fsSpec.name[0]);
     if (pair
         && CFileUtilHasStereoExtension(result.toLatin1().constData())
             != CFileUtilHasStereoExtension(bytes.constData()))

@@ -30,11 +30,11 @@ CAuFileIO::CAuFileIO()
     resetFields();
 }
 
-CAuFileIO::CAuFileIO(short& err, FSSpec* spec, unsigned char writable)
+CAuFileIO::CAuFileIO(short& err, FSSpec* fsSpec, unsigned char writable)
     : mPacketCount(0)
 {
     resetFields();
-    Set(spec);
+    Set(fsSpec);
     err = Open(writable);
 }
 
@@ -112,20 +112,20 @@ OSErr CAuFileIO::Open(unsigned char writable)
     return 0;
 }
 
-OSErr CAuFileIO::Open(FSSpec* spec, unsigned char writable)
+OSErr CAuFileIO::Open(FSSpec* fsSpec, unsigned char writable)
 {
     CloseFileAndInit();
-    Set(spec);
+    Set(fsSpec);
     return Open(writable);
 }
 
 OSErr CAuFileIO::Open(FSRef* ref, unsigned char writable)
 {
     CFileRef temporary(ref);
-    FSSpec spec;
-    std::memset(&spec, 0, sizeof spec);
-    temporary.GetFSSpec(&spec);
-    return Open(&spec, writable);
+    FSSpec fsSpec;
+    std::memset(&fsSpec, 0, sizeof fsSpec);
+    temporary.GetFSSpec(&fsSpec);
+    return Open(&fsSpec, writable);
 }
 
 OSErr CAuFileIO::CreateAndOpen(const FSRef* parentDir, const QString& name, int32_t, int channels,
@@ -159,13 +159,14 @@ OSErr CAuFileIO::CreateAndOpen(const FSRef* parentDir, const QString& name, int3
     return 0;
 }
 
-OSErr CAuFileIO::CreateAndOpen(const FSSpec* spec, int32_t spare, int channels, int bitDepth,
+OSErr CAuFileIO::CreateAndOpen(const FSSpec* fsSpec, int32_t spare, int channels, int bitDepth,
     int32_t sampleRate, int32_t fileType, FSRef* outRef)
 {
-    if (spec == nullptr)
+    if (fsSpec == nullptr)
         return paramErr;
-    const QString name = PvStringFromMacRoman(reinterpret_cast<const char*>(spec->name + 1), spec->name[0]);
-    FSSpec folder = *spec;
+    const QString name
+        = PvStringFromMacRoman(reinterpret_cast<const char*>(fsSpec->name + 1), fsSpec->name[0]);
+    FSSpec folder = *fsSpec;
     folder.name[0] = 0;
     CFileRef parent(&folder);
     FSRef parentRef;

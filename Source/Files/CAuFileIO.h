@@ -40,8 +40,8 @@ class CAuFileIO : public CFileRef {
 public:
     /// An empty reference in the reset state (closed, permission -1).
     CAuFileIO();
-    /// Sets the reference to `spec` and opens it: `err` receives Open(writable).
-    CAuFileIO(short& err, FSSpec* spec, unsigned char writable);
+    /// Sets the reference to `fsSpec` and opens it: `err` receives Open(writable).
+    CAuFileIO(short& err, FSSpec* fsSpec, unsigned char writable);
     /// CloseFileAndInit(), then the reference is released.
     ~CAuFileIO();
     CAuFileIO(const CAuFileIO&) = delete;
@@ -54,8 +54,8 @@ public:
     /// FSRef, badFileFormat (-208) for data that is not linear PCM (the object is then
     /// reset), or the service's result truncated to 16 bits.
     OSErr Open(unsigned char writable);
-    /// CloseFileAndInit(), sets the reference to `spec`, Open(writable).
-    OSErr Open(FSSpec* spec, unsigned char writable);
+    /// CloseFileAndInit(), sets the reference to `fsSpec`, Open(writable).
+    OSErr Open(FSSpec* fsSpec, unsigned char writable);
     /// Opens the file an FSRef names (through its FSSpec).
     OSErr Open(FSRef* ref, unsigned char writable);
     /// Creates `name` in `parentDir` and leaves it open for writing: 32 bits make a float
@@ -65,7 +65,7 @@ public:
     OSErr CreateAndOpen(const FSRef* parentDir, const QString& name, int32_t spare, int channels,
         int bitDepth, int32_t sampleRate, int32_t fileType, FSRef* outRef);
     /// The same with the folder and name of an FSSpec (name in Mac Roman).
-    OSErr CreateAndOpen(const FSSpec* spec, int32_t spare, int channels, int bitDepth, int32_t sampleRate,
+    OSErr CreateAndOpen(const FSSpec* fsSpec, int32_t spare, int channels, int bitDepth, int32_t sampleRate,
         int32_t fileType, FSRef* outRef);
     /// Closes the file if open; the format fields and mPermission keep their values.
     /// Returns the close result, 0 when nothing was open.

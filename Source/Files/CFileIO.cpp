@@ -21,10 +21,10 @@ CFileIO::CFileIO()
     Init();
 }
 
-CFileIO::CFileIO(FSSpec* spec, unsigned char permission)
+CFileIO::CFileIO(FSSpec* fsSpec, unsigned char permission)
 {
     Init();
-    Open(spec, permission != 0);
+    Open(fsSpec, permission != 0);
 }
 
 CFileIO::~CFileIO()
@@ -52,23 +52,23 @@ void CFileIO::Init()
     mWritable = 0;
 }
 
-OSErr CFileIO::Open(FSSpec* spec, unsigned char permission)
+OSErr CFileIO::Open(FSSpec* fsSpec, unsigned char permission)
 {
     Close();
     mWritable = permission;
     mForkRef = -1;
-    if (!spec) {
+    if (!fsSpec) {
         mForkRef = 0;
         return paramErr;
     }
     bool isFolder = false;
     bool aliased = false;
-    OSErr err = PvCatalog::ResolveAliasFile(spec, &isFolder, &aliased);
+    OSErr err = PvCatalog::ResolveAliasFile(fsSpec, &isFolder, &aliased);
     if (err == noErr && isFolder)
         err = paramErr;
     int16_t fork = 0;
     if (err == noErr)
-        err = PvForkOpen(spec, permission ? kReadWritePermission : kReadPermission, &fork);
+        err = PvForkOpen(fsSpec, permission ? kReadWritePermission : kReadPermission, &fork);
     mForkRef = err == noErr ? fork : 0;
     return err;
 }

@@ -30,7 +30,7 @@ public:
     CFileIO();
     /// Opens the file at once (permission non-zero: read and write); on failure the
     /// object stays closed (isOpen() tells), the error is not reported.
-    CFileIO(FSSpec* spec, unsigned char permission);
+    CFileIO(FSSpec* fsSpec, unsigned char permission);
     /// Releases an owned read cache, then Close().
     ~CFileIO();
     CFileIO(const CFileIO&) = delete;
@@ -41,12 +41,12 @@ public:
     void Init();
 
     /// Closes any open file, follows symbolic links from the FSSpec to the final target
-    /// (rewriting *spec to name it), and opens its data fork for reading, or for reading
+    /// (rewriting *fsSpec to name it), and opens its data fork for reading, or for reading
     /// and writing when permission is non-zero. paramErr for a folder or a null FSSpec,
     /// fnfErr for a missing item, permErr when access is refused.
-    OSErr Open(FSSpec* spec, unsigned char permission);
-    OSErr OpenRead(FSSpec* spec) { return Open(spec, 0); }
-    OSErr OpenReadWrite(FSSpec* spec) { return Open(spec, 1); }
+    OSErr Open(FSSpec* fsSpec, unsigned char permission);
+    OSErr OpenRead(FSSpec* fsSpec) { return Open(fsSpec, 0); }
+    OSErr OpenReadWrite(FSSpec* fsSpec) { return Open(fsSpec, 1); }
     /// Flushes the write cache (its result is ignored) and releases it, empties the read
     /// cache (keeping its buffer), sets the position to 0 and closes the fork; returns
     /// the close result, or 0 when nothing was open.

@@ -162,10 +162,10 @@ CFileRef::CFileRef()
     Init();
 }
 
-CFileRef::CFileRef(const FSSpec* spec)
+CFileRef::CFileRef(const FSSpec* fsSpec)
 {
     Init();
-    Set(spec);
+    Set(fsSpec);
 }
 
 CFileRef::CFileRef(const FSRef* ref)
@@ -272,10 +272,10 @@ bool CFileRef::Set(const FSRef* ref)
     return true;
 }
 
-bool CFileRef::Set(const FSSpec* spec)
+bool CFileRef::Set(const FSSpec* fsSpec)
 {
     ReInit();
-    if (!spec || !CheckVRefNum(spec)) {
+    if (!fsSpec || !CheckVRefNum(fsSpec)) {
         ReInit();
         return false;
     }
@@ -291,9 +291,9 @@ bool CFileRef::Set(const FSSpec* spec)
 
 bool CFileRef::Set(int16_t vRefNum, int32_t dirID, unsigned char* pascalName)
 {
-    FSSpec spec;
-    PvCatalog::MakeSpec(vRefNum, dirID, pascalName, &spec); // a FSSpec of a missing item still tells where
-    return Set(&spec);
+    FSSpec fsSpec;
+    PvCatalog::MakeSpec(vRefNum, dirID, pascalName, &fsSpec); // a FSSpec of a missing item still tells where
+    return Set(&fsSpec);
 }
 
 bool CFileRef::Set(const char* posixPath, unsigned char isDirectory)
@@ -422,34 +422,34 @@ bool CFileRef::folderSpecOfParent(FSSpec* out)
     if (path.isEmpty())
         path = QStringLiteral("/");
     FSRef folder;
-    FSSpec spec;
+    FSSpec fsSpec;
     int32_t dirID = 0;
-    if (PvCatalog::MakeRef(path, &folder) != noErr || PvCatalog::RefSpec(&folder, &spec) != noErr)
+    if (PvCatalog::MakeRef(path, &folder) != noErr || PvCatalog::RefSpec(&folder, &fsSpec) != noErr)
         return false;
     // The folder check: the FSSpec must name a folder, which then stands for its contents.
     FSRef checked;
-    if (PvCatalog::SpecRef(&spec, &checked) != noErr || PvCatalog::RefFolderID(&checked, &dirID) != noErr)
+    if (PvCatalog::SpecRef(&fsSpec, &checked) != noErr || PvCatalog::RefFolderID(&checked, &dirID) != noErr)
         return false;
-    spec.parID = dirID;
-    spec.name[0] = 0;
-    *out = spec;
+    fsSpec.parID = dirID;
+    fsSpec.name[0] = 0;
+    *out = fsSpec;
     return true;
 }
 
 int32_t CFileRef::GetParID()
 {
-    FSSpec spec;
+    FSSpec fsSpec;
     if (!(mValid & kFSRefValid))
-        return folderSpecOfParent(&spec) ? spec.parID : -1;
-    return GetFSSpec(&spec) ? spec.parID : -1;
+        return folderSpecOfParent(&fsSpec) ? fsSpec.parID : -1;
+    return GetFSSpec(&fsSpec) ? fsSpec.parID : -1;
 }
 
 int16_t CFileRef::GetVolumeRefNumber()
 {
-    FSSpec spec;
+    FSSpec fsSpec;
     if (!(mValid & kFSRefValid))
-        return folderSpecOfParent(&spec) ? spec.vRefNum : int16_t(32767);
-    return GetFSSpec(&spec) ? spec.vRefNum : int16_t(32767);
+        return folderSpecOfParent(&fsSpec) ? fsSpec.vRefNum : int16_t(32767);
+    return GetFSSpec(&fsSpec) ? fsSpec.vRefNum : int16_t(32767);
 }
 
 const char* CFileRef::GetPath()
@@ -559,21 +559,21 @@ void CFileRef::ReplaceExtensionBy(const char* ext)
     Set(path.constData(), 1);
 }
 
-bool CFileRef::CheckVRefNum(const FSSpec* spec)
+bool CFileRef::CheckVRefNum(const FSSpec* fsSpec)
 {
-    if (!spec)
+    if (!fsSpec)
         return false;
     FSRef ref;
-    if (!catalogHas(mFSRef) && PvCatalog::SpecRef(spec, &ref) == noErr) {
+    if (!catalogHas(mFSRef) && PvCatalog::SpecRef(fsSpec, &ref) == noErr) {
         mFSRef = ref;
         return true;
     }
     // Volume numbers change when volumes are mounted again: look on every other volume.
     PvVolumeInfo volume;
     for (int index = 1; PvCatalog::VolumeInfoByIndex(index, &volume) == noErr; ++index) {
-        if (volume.vRefNum == spec->vRefNum)
+        if (volume.vRefNum == fsSpec->vRefNum)
             continue;
-        FSSpec moved = *spec;
+        FSSpec moved = *fsSpec;
         moved.vRefNum = volume.vRefNum;
         if (PvCatalog::SpecRef(&moved, &ref) == noErr) {
             mFSRef = ref;
@@ -585,9 +585,9 @@ bool CFileRef::CheckVRefNum(const FSSpec* spec)
 
 // ---- Plain functions ---------------------------------------------------------------
 
-void* CFileRefCreate(FSSpec* spec)
+void* CFileRefCreate(FSSpec* fsSpec)
 {
-    return spec ? new CFileRef(spec) : nullptr;
+    return fsSpec ? new CFileRef(fsSpec) : nullptr;
 }
 
 void* CFileRefCreate(FSRef* ref)

@@ -32,7 +32,7 @@ public:
 
     // Each constructor starts empty and calls the matching Set.
     CFileRef();
-    explicit CFileRef(const FSSpec* spec);
+    explicit CFileRef(const FSSpec* fsSpec);
     explicit CFileRef(const FSRef* ref);
     CFileRef(const char* path, tPathStyle style, unsigned char isDirectory);
     CFileRef(const char* posixPath, unsigned char isDirectory);
@@ -57,7 +57,7 @@ public:
     bool Set(const FSRef* ref);
     /// From an FSSpec, found again on another volume when its volume number is stale
     /// (see CheckVRefNum). False, with the reference empty, when it names nothing.
-    bool Set(const FSSpec* spec);
+    bool Set(const FSSpec* fsSpec);
     /// From volume, folder ID and Pascal name (an empty name names the folder itself).
     bool Set(int16_t vRefNum, int32_t dirID, unsigned char* pascalName);
     /// From a POSIX path in the file system's representation (UTF-8 bytes). False for a
@@ -123,7 +123,7 @@ public:
     void ReplaceExtensionBy(const char* ext);
     /// Stores in the FSRef the item an FSSpec names, trying every mounted volume when
     /// the FSSpec's own volume number does not find it. False when no volume has it.
-    bool CheckVRefNum(const FSSpec* spec);
+    bool CheckVRefNum(const FSSpec* fsSpec);
 
     /// The mValid flags (kFSRefValid, kURLValid).
     uint32_t validFlags() const { return mValid; }
@@ -146,7 +146,7 @@ private:
 // ---- Plain-function interface for hosts that hold a reference as an opaque pointer.
 //      Each returns false or null when given null. ----
 
-void* CFileRefCreate(FSSpec* spec);
+void* CFileRefCreate(FSSpec* fsSpec);
 void* CFileRefCreate(FSRef* ref);
 void* CFileRefCreate(char* path, tPathStyle style, unsigned char isDirectory);
 extern "C" {

@@ -90,24 +90,24 @@ char* setNewExtension(char* name, const char* ext, int bufSize, bool characters)
 }
 
 // The FSSpec's name as a zero-terminated string of at most 31 bytes.
-void specName(const FSSpec* spec, char (&out)[kSpecNameBuffer])
+void specName(const FSSpec* fsSpec, char (&out)[kSpecNameBuffer])
 {
-    size_t n = spec->name[0];
-    if (n > sizeof spec->name - 1)
-        n = sizeof spec->name - 1;
+    size_t n = fsSpec->name[0];
+    if (n > sizeof fsSpec->name - 1)
+        n = sizeof fsSpec->name - 1;
     if (n > size_t(kSpecNameMax))
         n = kSpecNameMax;
-    std::memcpy(out, spec->name + 1, n);
+    std::memcpy(out, fsSpec->name + 1, n);
     out[n] = 0; // a zero byte inside the Pascal name ends the text earlier
 }
 
-void setSpecName(FSSpec* spec, const char* name)
+void setSpecName(FSSpec* fsSpec, const char* name)
 {
     size_t n = std::strlen(name);
     if (n > size_t(kSpecNameMax))
         n = kSpecNameMax;
-    spec->name[0] = uint8_t(n);
-    std::memcpy(spec->name + 1, name, n);
+    fsSpec->name[0] = uint8_t(n);
+    std::memcpy(fsSpec->name + 1, name, n);
 }
 
 bool sameSpec(const FSSpec* a, const FSSpec* b)
@@ -122,12 +122,12 @@ bool sameSpec(const FSSpec* a, const FSSpec* b)
 }
 
 // Whether any item (file, folder, link) of the FSSpec's name is in the FSSpec's folder.
-bool itemExists(const FSSpec* spec)
+bool itemExists(const FSSpec* fsSpec)
 {
-    if (spec->name[0] == 0)
+    if (fsSpec->name[0] == 0)
         return false;
     QString path;
-    if (PvCatalog::SpecPath(spec, &path) != noErr)
+    if (PvCatalog::SpecPath(fsSpec, &path) != noErr)
         return false;
     struct stat st;
     return ::lstat(QFile::encodeName(path).constData(), &st) == 0;
@@ -212,22 +212,23 @@ FourCharCode CFileUtilFileTypeFromName(const char* name)
     return 0;
 }
 
-FourCharCode CFileUtilFileType(FSSpec* spec)
+FourCharCode CFileUtilFileType(FSSpec* fsSpec)
 {
-    if (!spec)
+    if (!fsSpec)
         return 0;
-    if (spec->vRefNum != 0 && spec->name[0] != 0) {
+    if (fsSpec->vRefNum != 0 && fsSpec->name[0] != 0) {
         QString path;
         struct stat st;
         uint8_t info[32];
-        if (PvCatalog::SpecPath(spec, &path) == noErr && ::stat(QFile::encodeName(path).constData(), &st) == 0
-            && !S_ISDIR(st.st_mode) && PvReadFinderInfo(path, info) == noErr) {
+        if (PvCatalog::SpecPath(fsSpec, &path) == noErr
+            && ::stat(QFile::encodeName(path).constData(), &st) == 0 && !S_ISDIR(st.st_mode)
+            && PvReadFinderInfo(path, info) == noErr) {
             if (const FourCharCode type = PvFinderInfoFileType(info))
                 return type;
         }
     }
     char name[kSpecNameBuffer];
-    specName(spec, name);
+    specName(fsSpec, name);
     return CFileUtilFileTypeFromName(name);
 }
 
@@ -336,61 +337,61 @@ char* CFileUtilSetExtension(char* name, const char* ext, int bufSize)
     return CFileUtilSetNewExtension(name, ext, bufSize);
 }
 
-void CFileUtilEnsureFSSpecExtension(FSSpec* spec, const char* ext)
+void CFileUtilEnsureFSSpecExtension(FSSpec* fsSpec, const char* ext)
 {
-    if (!spec || !ext)
+    if (!fsSpec || !ext)
         return;
     char name[kSpecNameBuffer];
-    specName(spec, name);
+    specName(fsSpec, name);
     const size_t n = std::strlen(ext);
     if (!endsWithNoCase(name, std::strlen(name), ext, n)) {
         CFileUtilCutKnownAudioFileExtension(name);
         setNewExtension(name, ext, kSpecNameBuffer, false);
     }
-    setSpecName(spec, name);
+    setSpecName(fsSpec, name);
 }
 
-void CFileUtilSetFSSpecExtension(FSSpec* spec, const char* ext)
+void CFileUtilSetFSSpecExtension(FSSpec* fsSpec, const char* ext)
 {
-    if (!spec)
+    if (!fsSpec)
         return;
     char name[kSpecNameBuffer];
-    specName(spec, name);
+    specName(fsSpec, name);
     if (!CFileUtilCutKnownAudioFileExtension(name))
         CFileUtilCutExtension(name, nullptr);
     setNewExtension(name, ext, kSpecNameBuffer, false);
-    setSpecName(spec, name);
+    setSpecName(fsSpec, name);
 }
 
-void CFileUtilSetNewFSSpecExtension(FSSpec* spec, const char* ext)
+void CFileUtilSetNewFSSpecExtension(FSSpec* fsSpec, const char* ext)
 {
-    if (!spec)
+    if (!fsSpec)
         return;
     char name[kSpecNameBuffer];
-    specName(spec, name);
+    specName(fsSpec, name);
     setNewExtension(name, ext, kSpecNameBuffer, false);
-    setSpecName(spec, name);
+    setSpecName(fsSpec, name);
 }
 
-bool CFileUtilCutFSSpecExtension(FSSpec* spec)
+bool CFileUtilCutFSSpecExtension(FSSpec* fsSpec)
 {
-    if (!spec)
+    if (!fsSpec)
         return false;
     char name[kSpecNameBuffer];
-    specName(spec, name);
+    specName(fsSpec, name);
     bool cut = CFileUtilCutKnownAudioFileExtension(name);
     if (!cut)
         cut = CFileUtilCutExtension(name, nullptr);
-    setSpecName(spec, name);
+    setSpecName(fsSpec, name);
     return cut;
 }
 
-bool CFileUtilGetStereoPartnerFSSpec(FSSpec* spec, FSSpec* partner)
+bool CFileUtilGetStereoPartnerFSSpec(FSSpec* fsSpec, FSSpec* partner)
 {
-    if (!spec || !partner)
+    if (!fsSpec || !partner)
         return false;
     char name[kSpecNameBuffer];
-    specName(spec, name);
+    specName(fsSpec, name);
     const int index = CFileUtilHasStereoExtension(name, 0);
     if (index < 0)
         return false;
@@ -398,18 +399,18 @@ bool CFileUtilGetStereoPartnerFSSpec(FSSpec* spec, FSSpec* partner)
     const size_t at = std::strlen(name) - row.suffixLength;
     // Both suffixes of a row have the same length, so the name keeps its length.
     std::memcpy(name + at, (index & 1) ? row.leftSuffix : row.rightSuffix, row.suffixLength);
-    const FSSpec source = *spec;
+    const FSSpec source = *fsSpec;
     *partner = source;
     setSpecName(partner, name);
     return true;
 }
 
-OSErr CFileUtilCheckDir(FSSpec* spec)
+OSErr CFileUtilCheckDir(FSSpec* fsSpec)
 {
-    if (!spec)
+    if (!fsSpec)
         return paramErr;
     FSRef ref;
-    if (OSErr err = PvCatalog::SpecRef(spec, &ref))
+    if (OSErr err = PvCatalog::SpecRef(fsSpec, &ref))
         return err;
     int32_t dirID = 0;
     if (OSErr err = PvCatalog::RefFolderID(&ref, &dirID))
@@ -417,32 +418,32 @@ OSErr CFileUtilCheckDir(FSSpec* spec)
     FSSpec folder;
     if (OSErr err = PvCatalog::RefSpec(&ref, &folder))
         return err;
-    spec->vRefNum = folder.vRefNum;
-    spec->parID = dirID;
-    std::memset(spec->name, 0, sizeof spec->name);
+    fsSpec->vRefNum = folder.vRefNum;
+    fsSpec->parID = dirID;
+    std::memset(fsSpec->name, 0, sizeof fsSpec->name);
     return noErr;
 }
 
-bool CFileUtilMakeFileNameUnique(FSSpec* spec, FSSpec* except)
+bool CFileUtilMakeFileNameUnique(FSSpec* fsSpec, FSSpec* except)
 {
-    if (!spec || spec->name[0] == 0)
+    if (!fsSpec || fsSpec->name[0] == 0)
         return false;
     bool changed = false;
     int64_t counter = 1;
     // Every pass makes a name no earlier pass made, so the search ends when the folder
     // runs out of names; the bound only guards against a folder that keeps filling up.
     for (int pass = 0; pass < 1000000; ++pass) {
-        bool taken = itemExists(spec);
+        bool taken = itemExists(fsSpec);
         if (!taken) {
             FSSpec partner;
-            if (CFileUtilGetStereoPartnerFSSpec(spec, &partner) && !(except && sameSpec(&partner, except)))
+            if (CFileUtilGetStereoPartnerFSSpec(fsSpec, &partner) && !(except && sameSpec(&partner, except)))
                 taken = itemExists(&partner);
         }
         if (!taken)
             break;
 
         char name[kSpecNameBuffer];
-        specName(spec, name);
+        specName(fsSpec, name);
         size_t baseLen = std::strlen(name);
         // The kept ending: the extension and a ".L"/".R" marker just before it.
         const char* dot = std::strrchr(name, '.');
@@ -483,7 +484,7 @@ bool CFileUtilMakeFileNameUnique(FSSpec* spec, FSSpec* except)
         std::memcpy(next, name, baseLen);
         std::memcpy(next + baseLen, numeral, size_t(numeralLen));
         std::memcpy(next + baseLen + size_t(numeralLen), kept, keptLen + 1);
-        setSpecName(spec, next);
+        setSpecName(fsSpec, next);
         changed = true;
     }
     return changed;

@@ -65,7 +65,7 @@ extern const tAudioFileType audioFileTypes[kAudioFileTypeRows + 1];
 /// the FSSpec has a volume, the item is a file and that type is not 0; otherwise the type
 /// its name's extension maps to (text from the last '.', any case); 0 when none or for a
 /// null FSSpec.
-FourCharCode CFileUtilFileType(FSSpec* spec);
+FourCharCode CFileUtilFileType(FSSpec* fsSpec);
 
 /// The type that the extension of a zero-terminated name maps to (the text from its last
 /// '.', any case), or 0. Null gives 0.
@@ -115,29 +115,29 @@ char* CFileUtilSetExtension(char* name, const char* ext, int bufSize);
 /// Makes the FSSpec's name end in `ext` (with its dot): the name is first clamped to 31
 /// characters; a name already ending in `ext` (any case) keeps it; otherwise all known
 /// audio endings are cut and `ext` is set within 31 characters. Null arguments: no-op.
-void CFileUtilEnsureFSSpecExtension(FSSpec* spec, const char* ext);
+void CFileUtilEnsureFSSpecExtension(FSSpec* fsSpec, const char* ext);
 
 /// CFileUtilSetExtension on the FSSpec's name, within 31 characters. Null FSSpec: no-op.
-void CFileUtilSetFSSpecExtension(FSSpec* spec, const char* ext);
+void CFileUtilSetFSSpecExtension(FSSpec* fsSpec, const char* ext);
 
 /// CFileUtilSetNewExtension on the FSSpec's name, within 31 characters. Null FSSpec: no-op.
-void CFileUtilSetNewFSSpecExtension(FSSpec* spec, const char* ext);
+void CFileUtilSetNewFSSpecExtension(FSSpec* fsSpec, const char* ext);
 
 /// Cuts all known audio endings off the FSSpec's name (clamped to 31 characters) and, when
 /// no piece cut held a '.', a plain extension. Returns whether something with a dot was
 /// cut. Null: false.
-bool CFileUtilCutFSSpecExtension(FSSpec* spec);
+bool CFileUtilCutFSSpecExtension(FSSpec* fsSpec);
 
 /// When the FSSpec's name has a stereo suffix, fills `partner` with the FSSpec whose suffix
 /// is the other one of the same row (".L.aif" and ".R.aif") and returns true; whether the
 /// partner exists is not checked. False (partner untouched) when there is no suffix or
 /// an argument is null.
-bool CFileUtilGetStereoPartnerFSSpec(FSSpec* spec, FSSpec* partner);
+bool CFileUtilGetStereoPartnerFSSpec(FSSpec* fsSpec, FSSpec* partner);
 
 /// For the FSSpec of a folder: rewrites it as (volume, the folder's own directory ID,
 /// empty name) and returns noErr. Otherwise returns an error and leaves it unchanged:
 /// paramErr for null, the catalog's error when nothing is there, dirNFErr for a file.
-OSErr CFileUtilCheckDir(FSSpec* spec);
+OSErr CFileUtilCheckDir(FSSpec* fsSpec);
 
 /// Renames the FSSpec (only the record, not the item) until no file or folder of that name
 /// exists in its folder and, for a stereo file, no partner file exists either unless the
@@ -146,7 +146,7 @@ OSErr CFileUtilCheckDir(FSSpec* spec);
 /// "Vox#8.aif", "Gtr.L.aif" becomes "Gtr#1.L.aif"; the base is shortened so the name
 /// stays within 31 characters. Returns whether the name changed; false for a null FSSpec
 /// or an empty name.
-bool CFileUtilMakeFileNameUnique(FSSpec* spec, FSSpec* except);
+bool CFileUtilMakeFileNameUnique(FSSpec* fsSpec, FSSpec* except);
 
 } // extern "C"
 

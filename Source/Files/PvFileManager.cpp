@@ -423,13 +423,13 @@ QString pathByResolvingSymlinksAndAliasesInPath(const QString& path)
     struct stat st;
     if (!lstatPath(encoded(resolved), &st) || !S_ISLNK(st.st_mode))
         return resolved; // not a link file
-    FSSpec spec;
+    FSSpec fsSpec;
     bool isFolder = false;
     bool wasAliased = false;
     QString target;
-    if (PvCatalog::RefSpec(&ref, &spec) != noErr
-        || PvCatalog::ResolveAliasFile(&spec, &isFolder, &wasAliased) != noErr || !wasAliased
-        || PvCatalog::SpecPath(&spec, &target) != noErr)
+    if (PvCatalog::RefSpec(&ref, &fsSpec) != noErr
+        || PvCatalog::ResolveAliasFile(&fsSpec, &isFolder, &wasAliased) != noErr || !wasAliased
+        || PvCatalog::SpecPath(&fsSpec, &target) != noErr)
         return resolved;
     return target;
 }

@@ -480,18 +480,18 @@ QString findFolderByInode(const Volume& v, quint64 ino)
 }
 
 // Path of an FSSpec's folder; call with the lock held.
-OSErr specFolder(State& s, const FSSpec* spec, const Volume** volume, QString* folderPath, Key* folderKey)
+OSErr specFolder(State& s, const FSSpec* fsSpec, const Volume** volume, QString* folderPath, Key* folderKey)
 {
-    const Volume* v = volumeByRefNum(s, spec->vRefNum);
+    const Volume* v = volumeByRefNum(s, fsSpec->vRefNum);
     if (!v)
         return nsvErr;
     *volume = v;
-    if (spec->parID == kRootParentID || spec->parID == kRootDirID) {
+    if (fsSpec->parID == kRootParentID || fsSpec->parID == kRootDirID) {
         *folderPath = v->mountPoint;
         *folderKey = {v->dev, v->rootIno};
         return noErr;
     }
-    auto it = s.folders.constFind({v->vRefNum, int32_t(spec->parID)});
+    auto it = s.folders.constFind({v->vRefNum, int32_t(fsSpec->parID)});
     struct stat st;
     QString path;
     if (it != s.folders.constEnd())
@@ -499,7 +499,7 @@ OSErr specFolder(State& s, const FSSpec* spec, const Volume** volume, QString* f
     if (path.isEmpty() || !S_ISDIR(st.st_mode)) {
         // Not met in this process, or met under another volume number: most IDs are
         // inode numbers, so look for the folder with that inode on this volume.
-        path = findFolderByInode(*v, quint64(spec->parID));
+        path = findFolderByInode(*v, quint64(fsSpec->parID));
         if (path.isEmpty() || !statPath(path, &st, false))
             return dirNFErr;
         folderID(s, *v, keyOf(st), path);
@@ -509,20 +509,20 @@ OSErr specFolder(State& s, const FSSpec* spec, const Volume** volume, QString* f
     return noErr;
 }
 
-OSErr specPathLocked(State& s, const FSSpec* spec, QString* path)
+OSErr specPathLocked(State& s, const FSSpec* fsSpec, QString* path)
 {
-    if (!spec || !path)
+    if (!fsSpec || !path)
         return paramErr;
     const Volume* v = nullptr;
     QString folder;
     Key folderKey;
-    if (OSErr err = specFolder(s, spec, &v, &folder, &folderKey))
+    if (OSErr err = specFolder(s, fsSpec, &v, &folder, &folderKey))
         return err;
-    const unsigned length = std::min<unsigned>(spec->name[0], 63);
+    const unsigned length = std::min<unsigned>(fsSpec->name[0], 63);
     unsigned char name[64];
-    std::memcpy(name, spec->name, length + 1);
+    std::memcpy(name, fsSpec->name, length + 1);
     name[0] = uint8_t(length);
-    if (spec->parID == kRootParentID) {
+    if (fsSpec->parID == kRootParentID) {
         // The root folder, named by the volume's name (or nothing).
         if (length != 0
             && nameFromSpec(name).compare(
@@ -729,19 +729,19 @@ OSErr PvCatalog::RefFolderID(const FSRef* ref, int32_t* dirID)
     return noErr;
 }
 
-OSErr PvCatalog::SpecPath(const FSSpec* spec, QString* path)
+OSErr PvCatalog::SpecPath(const FSSpec* fsSpec, QString* path)
 {
     State& s = state();
     QMutexLocker locker(&s.lock);
-    return specPathLocked(s, spec, path);
+    return specPathLocked(s, fsSpec, path);
 }
 
-OSErr PvCatalog::SpecRef(const FSSpec* spec, FSRef* out)
+OSErr PvCatalog::SpecRef(const FSSpec* fsSpec, FSRef* out)
 {
     State& s = state();
     QMutexLocker locker(&s.lock);
     QString path;
-    if (OSErr err = specPathLocked(s, spec, &path))
+    if (OSErr err = specPathLocked(s, fsSpec, &path))
         return err;
     return makeRefLocked(s, path, out, nullptr);
 }
@@ -773,14 +773,14 @@ OSErr PvCatalog::MakeSpec(int16_t vRefNum, int32_t dirID, const unsigned char* p
     return noErr;
 }
 
-OSErr PvCatalog::ResolveAliasFile(FSSpec* spec, bool* isFolder, bool* wasAliased)
+OSErr PvCatalog::ResolveAliasFile(FSSpec* fsSpec, bool* isFolder, bool* wasAliased)
 {
-    if (!spec)
+    if (!fsSpec)
         return paramErr;
     State& s = state();
     QMutexLocker locker(&s.lock);
     QString path;
-    if (OSErr err = specPathLocked(s, spec, &path))
+    if (OSErr err = specPathLocked(s, fsSpec, &path))
         return err;
     bool followed = false;
     struct stat st;
@@ -804,7 +804,7 @@ OSErr PvCatalog::ResolveAliasFile(FSSpec* spec, bool* isFolder, bool* wasAliased
         FSRef ref;
         if (OSErr err = makeRefLocked(s, path, &ref, nullptr))
             return err;
-        if (OSErr err = refSpecLocked(s, &ref, spec))
+        if (OSErr err = refSpecLocked(s, &ref, fsSpec))
             return err;
     }
     if (isFolder)
@@ -911,13 +911,13 @@ OSErr PvCatalog::ErrorFromErrno(int error)
 
 extern "C" {
 
-OSErr PvForkOpen(const FSSpec* spec, int8_t permission, int16_t* refNum)
+OSErr PvForkOpen(const FSSpec* fsSpec, int8_t permission, int16_t* refNum)
 {
-    if (!spec || !refNum)
+    if (!fsSpec || !refNum)
         return paramErr;
     *refNum = 0;
     QString path;
-    if (OSErr err = PvCatalog::SpecPath(spec, &path))
+    if (OSErr err = PvCatalog::SpecPath(fsSpec, &path))
         return err;
     const int flags = (permission & 2) ? O_RDWR : O_RDONLY;
     int fd = ::open(QFile::encodeName(path).constData(), flags | O_CLOEXEC);

@@ -89,10 +89,10 @@ public:
 
     /// The path an FSSpec names, whether or not the item exists (its folder must).
     /// An empty name names the folder itself; parID 1 with the volume name names the root.
-    static OSErr SpecPath(const FSSpec* spec, QString* path);
+    static OSErr SpecPath(const FSSpec* fsSpec, QString* path);
 
     /// FSRef of the existing item an FSSpec names (FSpMakeFSRef).
-    static OSErr SpecRef(const FSSpec* spec, FSRef* out);
+    static OSErr SpecRef(const FSSpec* fsSpec, FSRef* out);
 
     /// Fills an FSSpec from volume, folder ID and Pascal name (FSMakeFSSpec). The name
     /// is copied as given (at most 63 bytes kept). Returns noErr when the item exists,
@@ -104,7 +104,7 @@ public:
     /// rewrites the FSSpec to name the target (ResolveAliasFile with chains followed).
     /// fnfErr when the item or a link target does not exist; *isFolder and *wasAliased
     /// (when given) say whether the target is a folder and whether a link was followed.
-    static OSErr ResolveAliasFile(FSSpec* spec, bool* isFolder, bool* wasAliased);
+    static OSErr ResolveAliasFile(FSSpec* fsSpec, bool* isFolder, bool* wasAliased);
 
     /// Converts an HFS path ("Volume:Folder:File", ":Relative:Path", trailing ':' for a
     /// folder) to an absolute POSIX path. A relative HFS path is taken relative to the
@@ -124,7 +124,7 @@ public:
 extern "C" {
 /// Opens the data fork of the item an FSSpec names, for reading (permission 1) or for
 /// reading and writing (permission 3). The fork reference number is never 0.
-OSErr PvForkOpen(const FSSpec* spec, int8_t permission, int16_t* refNum);
+OSErr PvForkOpen(const FSSpec* fsSpec, int8_t permission, int16_t* refNum);
 /// Closes a fork; rfNumErr for a number that is not open.
 OSErr PvForkClose(int16_t refNum);
 /// Reads exactly count bytes at an absolute offset; eofErr when the fork ends first

@@ -40,9 +40,9 @@ protected:
     FSSpec specOf(const QString& path)
     {
         CFileRef ref(path, kPathStylePOSIX, 0);
-        FSSpec spec {};
-        EXPECT_TRUE(ref.GetFSSpec(&spec)) << path.toStdString();
-        return spec;
+        FSSpec fsSpec {};
+        EXPECT_TRUE(ref.GetFSSpec(&fsSpec)) << path.toStdString();
+        return fsSpec;
     }
 
     QString path(const QString& name) const { return m_dir.path() + QLatin1Char('/') + name; }
@@ -99,8 +99,8 @@ TEST_F(FileIOTest, OpenRefusesFoldersAndFollowsLinks)
 TEST_F(FileIOTest, ReadCacheServesHitsWithoutTheFile)
 {
     const QByteArray original = pattern(10000);
-    FSSpec spec = make(QStringLiteral("data.bin"), original);
-    CFileIO io(&spec, 0);
+    FSSpec fsSpec = make(QStringLiteral("data.bin"), original);
+    CFileIO io(&fsSpec, 0);
     ASSERT_TRUE(io.isOpen());
     io.SetCache(4096);
     char buf[5000];
@@ -141,8 +141,8 @@ TEST_F(FileIOTest, ReadCacheServesHitsWithoutTheFile)
 TEST_F(FileIOTest, ReadsNearTheEnd)
 {
     const QByteArray original = pattern(1000);
-    FSSpec spec = make(QStringLiteral("short.bin"), original);
-    CFileIO io(&spec, 0);
+    FSSpec fsSpec = make(QStringLiteral("short.bin"), original);
+    CFileIO io(&fsSpec, 0);
     io.SetCache(4096);
     char buf[16];
     EXPECT_EQ(io.Read(buf, 995, 10), eofErr);
@@ -175,8 +175,8 @@ TEST_F(FileIOTest, ReadsNearTheEnd)
 
 TEST_F(FileIOTest, WriteCacheCollectsUntilFlushed)
 {
-    FSSpec spec = make(QStringLiteral("out.bin"), QByteArray());
-    CFileIO io(&spec, 1);
+    FSSpec fsSpec = make(QStringLiteral("out.bin"), QByteArray());
+    CFileIO io(&fsSpec, 1);
     ASSERT_TRUE(io.isOpen());
     ASSERT_EQ(io.SetWCache(100), noErr);
     ASSERT_EQ(io.Write("0123456789", 10), noErr);
@@ -220,8 +220,8 @@ TEST_F(FileIOTest, WriteCacheCollectsUntilFlushed)
 
 TEST_F(FileIOTest, PositionsUnReadAndLength)
 {
-    FSSpec spec = make(QStringLiteral("pos.bin"), pattern(100));
-    CFileIO io(&spec, 1);
+    FSSpec fsSpec = make(QStringLiteral("pos.bin"), pattern(100));
+    CFileIO io(&fsSpec, 1);
     char buf[40];
     ASSERT_EQ(io.Read(buf, 30), noErr);
     EXPECT_EQ(io.UnRead(10), noErr);
@@ -245,8 +245,8 @@ TEST_F(FileIOTest, PositionsUnReadAndLength)
 
 TEST_F(FileIOTest, ReadUntilDelimiter)
 {
-    FSSpec spec = make(QStringLiteral("lines.txt"), "abc\ndef");
-    CFileIO io(&spec, 0);
+    FSSpec fsSpec = make(QStringLiteral("lines.txt"), "abc\ndef");
+    CFileIO io(&fsSpec, 0);
     io.SetCache(16);
     char buf[8];
     int32_t pos = -1;
@@ -272,9 +272,9 @@ TEST_F(FileIOTest, ReadUntilDelimiter)
 TEST_F(FileIOTest, BlockMoveBothWays)
 {
     const QByteArray original = pattern(1000);
-    FSSpec spec = make(QStringLiteral("move.bin"), original);
+    FSSpec fsSpec = make(QStringLiteral("move.bin"), original);
     {
-        CFileIO io(&spec, 1);
+        CFileIO io(&fsSpec, 1);
         ASSERT_EQ(io.BlockMove(0, 100), noErr);
         EXPECT_EQ(io.GetEOF(), 1100);
     }
@@ -284,7 +284,7 @@ TEST_F(FileIOTest, BlockMoveBothWays)
 
     PavoTest::writeFile(path(QStringLiteral("move.bin")), original);
     {
-        CFileIO io(&spec, 1);
+        CFileIO io(&fsSpec, 1);
         char buf[1000];
         ASSERT_EQ(io.Read(buf, 950), noErr);
         ASSERT_EQ(io.BlockMove(100, 0), noErr);
@@ -297,7 +297,7 @@ TEST_F(FileIOTest, BlockMoveBothWays)
     const QByteArray large = pattern(5000, 3);
     PavoTest::writeFile(path(QStringLiteral("move.bin")), large);
     {
-        CFileIO io(&spec, 1);
+        CFileIO io(&fsSpec, 1);
         io.SetCache(1500);
         ASSERT_EQ(io.BlockMove(1234, 3000), noErr);
         EXPECT_EQ(io.GetEOF(), 5000 + 3000 - 1234);
@@ -318,8 +318,8 @@ TEST_F(FileIOTest, CRCOfTheWholeFileFromTheStart)
     EXPECT_EQ(small.CRC(), 0xFFFFFFFFu) << "the sum starts at the position";
 
     const QByteArray large = pattern(25000, 9); // three 10240-byte blocks
-    FSSpec spec = make(QStringLiteral("crc.bin"), large);
-    CFileIO io(&spec, 0);
+    FSSpec fsSpec = make(QStringLiteral("crc.bin"), large);
+    CFileIO io(&fsSpec, 0);
     io.SetCache(4096);
     EXPECT_EQ(io.CRC(), PVCRC32(0, reinterpret_cast<const unsigned char*>(large.constData()), 25000));
     EXPECT_EQ(io.position(), 25000);
@@ -334,7 +334,7 @@ TEST_F(FileIOTest, FailedFlushLosesNothing)
 {
     const QByteArray first = pattern(500, 1);
     const QByteArray second = pattern(1000, 2);
-    FSSpec spec = make(QStringLiteral("limited.bin"), QByteArray());
+    FSSpec fsSpec = make(QStringLiteral("limited.bin"), QByteArray());
     const QString file = path(QStringLiteral("limited.bin"));
     EXPECT_EXIT(
         {
@@ -343,7 +343,7 @@ TEST_F(FileIOTest, FailedFlushLosesNothing)
                 std::_Exit(1);
             };
             std::signal(SIGXFSZ, SIG_IGN); // the write then fails with EFBIG instead
-            CFileIO io(&spec, 1);
+            CFileIO io(&fsSpec, 1);
             if (!io.isOpen() || io.Write(first.constData(), 500) != noErr)
                 fail("first write");
             if (io.SetWCache(4096) != noErr || io.Write(second.constData(), 1000) != noErr)

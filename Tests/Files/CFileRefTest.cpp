@@ -53,25 +53,25 @@ TEST(CFileRef, EmptyAndNotYetExistingReferences)
     EXPECT_FALSE(ref.Exists());
     FSRef fsRef;
     EXPECT_FALSE(ref.GetFSRef(&fsRef));
-    FSSpec spec;
-    EXPECT_FALSE(ref.GetFSSpec(&spec));
+    FSSpec fsSpec;
+    EXPECT_FALSE(ref.GetFSSpec(&fsSpec));
     // The folder exists, so its ID and volume are known through the URL.
     CFileRef folder(QFile::encodeName(canonicalTemp(dir)).constData(), 1);
-    ASSERT_TRUE(folder.GetFSSpec(&spec));
+    ASSERT_TRUE(folder.GetFSSpec(&fsSpec));
     FSRef folderRef;
     ASSERT_TRUE(folder.GetFSRef(&folderRef));
     int32_t folderID = 0;
     ASSERT_EQ(PvCatalog::RefFolderID(&folderRef, &folderID), noErr);
     EXPECT_EQ(ref.GetParID(), folderID);
-    EXPECT_EQ(ref.GetVolumeRefNumber(), spec.vRefNum);
+    EXPECT_EQ(ref.GetVolumeRefNumber(), fsSpec.vRefNum);
 
     // Once created, the same reference finds it.
     ASSERT_TRUE(touch(QFile::decodeName(path)));
     EXPECT_TRUE(ref.Exists());
     EXPECT_EQ(ref.validFlags(), 3u);
-    ASSERT_TRUE(ref.GetFSSpec(&spec));
-    EXPECT_EQ(int32_t(spec.parID), folderID);
-    EXPECT_EQ(QByteArray(reinterpret_cast<char*>(spec.name + 1), spec.name[0]), QByteArray("new.aif"));
+    ASSERT_TRUE(ref.GetFSSpec(&fsSpec));
+    EXPECT_EQ(int32_t(fsSpec.parID), folderID);
+    EXPECT_EQ(QByteArray(reinterpret_cast<char*>(fsSpec.name + 1), fsSpec.name[0]), QByteArray("new.aif"));
     EXPECT_FALSE(CFileRef().Set(static_cast<const char*>(nullptr), 0));
     EXPECT_FALSE(CFileRef().Set("", 0));
 }
@@ -152,22 +152,22 @@ TEST(CFileRef, FSRefFSSpecAndVolumeWalk)
 
     CFileRef byPath(file, kPathStylePOSIX, 0);
     EXPECT_EQ(byPath.validFlags(), 3u);
-    FSSpec spec;
-    ASSERT_TRUE(byPath.GetFSSpec(&spec));
-    EXPECT_EQ(byPath.GetParID(), int32_t(spec.parID));
-    EXPECT_EQ(byPath.GetVolumeRefNumber(), spec.vRefNum);
+    FSSpec fsSpec;
+    ASSERT_TRUE(byPath.GetFSSpec(&fsSpec));
+    EXPECT_EQ(byPath.GetParID(), int32_t(fsSpec.parID));
+    EXPECT_EQ(byPath.GetVolumeRefNumber(), fsSpec.vRefNum);
     HFSUniStr255 name;
     ASSERT_TRUE(byPath.UnicodeFileName(&name));
     EXPECT_EQ(QString::fromUtf16(reinterpret_cast<const char16_t*>(name.unicode), name.length),
         QStringLiteral("kick.wav"));
 
-    CFileRef bySpec(&spec);
+    CFileRef bySpec(&fsSpec);
     EXPECT_EQ(bySpec.validFlags(), 3u);
     EXPECT_EQ(QString::fromStdString(pathOf(bySpec)), file);
-    CFileRef byParts(spec.vRefNum, spec.parID, spec.name);
+    CFileRef byParts(fsSpec.vRefNum, fsSpec.parID, fsSpec.name);
     EXPECT_EQ(QString::fromStdString(pathOf(byParts)), file);
     unsigned char folderOnly[] = "";
-    CFileRef folder(spec.vRefNum, spec.parID, folderOnly);
+    CFileRef folder(fsSpec.vRefNum, fsSpec.parID, folderOnly);
     EXPECT_EQ(QString::fromStdString(pathOf(folder)), base + QStringLiteral("/Sounds"));
     EXPECT_TRUE(folder.url().path().endsWith(QLatin1Char('/')));
 
@@ -177,13 +177,13 @@ TEST(CFileRef, FSRefFSSpecAndVolumeWalk)
     EXPECT_EQ(QString::fromStdString(pathOf(byRef)), file);
 
     // A stale volume number: the FSSpec is found on the volume that has it.
-    FSSpec stale = spec;
+    FSSpec stale = fsSpec;
     stale.vRefNum = -31000;
     CFileRef walked(&stale);
     EXPECT_EQ(walked.validFlags(), 3u);
     EXPECT_EQ(QString::fromStdString(pathOf(walked)), file);
 
-    FSSpec nowhere = spec;
+    FSSpec nowhere = fsSpec;
     std::memcpy(nowhere.name, "\x0bmissing.wav", 12);
     CFileRef missing(&nowhere);
     EXPECT_EQ(missing.validFlags(), 0u);
@@ -197,7 +197,7 @@ TEST(CFileRef, FSRefFSSpecAndVolumeWalk)
     // With its FSRef flag still set the FSSpec route fails once and clears the flag;
     // from then on the folder, which is still there, answers through the URL.
     EXPECT_EQ(byRef.GetParID(), -1);
-    EXPECT_EQ(byRef.GetParID(), int32_t(spec.parID));
+    EXPECT_EQ(byRef.GetParID(), int32_t(fsSpec.parID));
 }
 
 TEST(CFileRef, PathStyles)
@@ -293,13 +293,13 @@ TEST(CFileRef, PlainFunctions)
     ASSERT_NE(ref, nullptr);
     EXPECT_TRUE(CFileRefExists(ref));
     FSRef fsRef;
-    FSSpec spec;
+    FSSpec fsSpec;
     char buf[1024];
     EXPECT_TRUE(CFileRefGetFSRef(ref, &fsRef));
-    EXPECT_TRUE(CFileRefGetFSSpec(ref, &spec));
+    EXPECT_TRUE(CFileRefGetFSSpec(ref, &fsSpec));
     EXPECT_TRUE(CFileRefGetPath(ref, buf, sizeof buf));
     EXPECT_EQ(QByteArray(buf), file);
-    void* bySpec = CFileRefCreate(&spec);
+    void* bySpec = CFileRefCreate(&fsSpec);
     void* byRef = CFileRefCreate(&fsRef);
     EXPECT_TRUE(CFileRefExists(bySpec));
     EXPECT_TRUE(CFileRefExists(byRef));
@@ -313,7 +313,7 @@ TEST(CFileRef, PlainFunctions)
     EXPECT_EQ(CFileRefCreate(static_cast<char*>(nullptr), 0, 0), nullptr);
     EXPECT_FALSE(CFileRefExists(nullptr));
     EXPECT_FALSE(CFileRefGetFSRef(nullptr, &fsRef));
-    EXPECT_FALSE(CFileRefGetFSSpec(nullptr, &spec));
+    EXPECT_FALSE(CFileRefGetFSSpec(nullptr, &fsSpec));
     EXPECT_FALSE(CFileRefGetPath(nullptr, buf, sizeof buf));
 
     EXPECT_EQ(PathToFSRef(QFile::decodeName(file), &fsRef), noErr);

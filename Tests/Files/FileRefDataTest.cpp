@@ -369,14 +369,14 @@ TEST(CFileRefData, VolumeMountedElsewhere)
             || !PavoTest::writeFile(first + QStringLiteral("/Kit/Snares/snare.wav"), "snare"))
             fail("writing on the new volume");
         CFileRef ref(first + QStringLiteral("/Kit/Snares/snare.wav"), kPathStylePOSIX, 0);
-        FSSpec spec;
-        if (!ref.GetFSSpec(&spec))
+        FSSpec fsSpec;
+        if (!ref.GetFSSpec(&fsSpec))
             fail("FSSpec on the new volume");
         PvVolumeInfo volume;
-        if (PvCatalog::VolumeInfoByRefNum(spec.vRefNum, &volume) != noErr
+        if (PvCatalog::VolumeInfoByRefNum(fsSpec.vRefNum, &volume) != noErr
             || volume.name != QLatin1String("Drums") || volume.mountPoint != first)
             fail("the volume is named after its mount point");
-        if (spec.vRefNum == PvCatalog::DefaultVolume())
+        if (fsSpec.vRefNum == PvCatalog::DefaultVolume())
             fail("a volume number of its own");
         CFileRef folder(first + QStringLiteral("/Kit"), kPathStylePOSIX, 1);
         FSSpec folderSpec;
@@ -390,11 +390,11 @@ TEST(CFileRefData, VolumeMountedElsewhere)
         const QString now = second + QStringLiteral("/Kit/Snares/snare.wav");
         if (restoredPath(block) != now)
             fail("the alias finds the file on the volume mounted elsewhere");
-        CFileRef bySpec(&spec);
+        CFileRef bySpec(&fsSpec);
         if (QFile::decodeName(bySpec.GetPath()) != now)
             fail("the stale FSSpec is found on the volume's new number");
         PvVolumeInfo moved;
-        if (PvCatalog::VolumeForPath(now, &moved) != noErr || moved.vRefNum == spec.vRefNum)
+        if (PvCatalog::VolumeForPath(now, &moved) != noErr || moved.vRefNum == fsSpec.vRefNum)
             fail("a mount at another place gets a new number");
         _exit(0);
     }

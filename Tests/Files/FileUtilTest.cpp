@@ -15,20 +15,20 @@
 
 namespace {
 
-std::string nameOf(const FSSpec& spec)
+std::string nameOf(const FSSpec& fsSpec)
 {
-    return std::string(reinterpret_cast<const char*>(spec.name + 1), spec.name[0]);
+    return std::string(reinterpret_cast<const char*>(fsSpec.name + 1), fsSpec.name[0]);
 }
 
 FSSpec specNamed(const char* name, int16_t vRefNum = 0, int32_t parID = 0)
 {
-    FSSpec spec;
-    std::memset(&spec, 0, sizeof spec);
-    spec.vRefNum = vRefNum;
-    spec.parID = parID;
-    spec.name[0] = uint8_t(std::strlen(name));
-    std::memcpy(spec.name + 1, name, spec.name[0]);
-    return spec;
+    FSSpec fsSpec;
+    std::memset(&fsSpec, 0, sizeof fsSpec);
+    fsSpec.vRefNum = vRefNum;
+    fsSpec.parID = parID;
+    fsSpec.name[0] = uint8_t(std::strlen(name));
+    std::memcpy(fsSpec.name + 1, name, fsSpec.name[0]);
+    return fsSpec;
 }
 
 // Runs a name operation on a copy in a buffer of the given size and returns the result.
@@ -58,7 +58,7 @@ public:
     }
     bool ok() const { return m_ok; }
     QString path(const char* name) const { return m_path + QLatin1Char('/') + QString::fromUtf8(name); }
-    FSSpec spec(const char* name) const { return specNamed(name, m_spec.vRefNum, m_spec.parID); }
+    FSSpec fsSpec(const char* name) const { return specNamed(name, m_spec.vRefNum, m_spec.parID); }
     bool touch(const char* name) const { return ::touch(path(name)); }
 
 private:
@@ -159,9 +159,9 @@ TEST(FileUtilStereo, PartnersFromTheSameRow)
         {specNamed("Kick.r.m4a"), specNamed("Kick.L.m4a")},
     };
     for (const auto& c : cases) {
-        FSSpec spec = c[0];
+        FSSpec fsSpec = c[0];
         FSSpec partner;
-        ASSERT_TRUE(CFileUtilGetStereoPartnerFSSpec(&spec, &partner)) << nameOf(c[0]);
+        ASSERT_TRUE(CFileUtilGetStereoPartnerFSSpec(&fsSpec, &partner)) << nameOf(c[0]);
         EXPECT_EQ(nameOf(partner), nameOf(c[1]));
         EXPECT_EQ(partner.vRefNum, c[0].vRefNum);
         EXPECT_EQ(int32_t(partner.parID), int32_t(c[0].parID));
@@ -261,34 +261,34 @@ TEST(FileUtilExtensions, SetExtensionReplacesWhatWasThere)
 
 TEST(FileUtilFSSpec, NameFormsStayWithin31Characters)
 {
-    FSSpec spec = specNamed("Loop.AIF");
-    CFileUtilEnsureFSSpecExtension(&spec, ".aif");
-    EXPECT_EQ(nameOf(spec), "Loop.AIF");
-    spec = specNamed("Loop.L.wav");
-    CFileUtilEnsureFSSpecExtension(&spec, ".aif");
-    EXPECT_EQ(nameOf(spec), "Loop.aif");
+    FSSpec fsSpec = specNamed("Loop.AIF");
+    CFileUtilEnsureFSSpecExtension(&fsSpec, ".aif");
+    EXPECT_EQ(nameOf(fsSpec), "Loop.AIF");
+    fsSpec = specNamed("Loop.L.wav");
+    CFileUtilEnsureFSSpecExtension(&fsSpec, ".aif");
+    EXPECT_EQ(nameOf(fsSpec), "Loop.aif");
 
     // A stored name longer than 31 bytes is clamped first.
-    spec = specNamed("0123456789012345678901234567890123456789.aif");
-    CFileUtilEnsureFSSpecExtension(&spec, ".wav");
-    EXPECT_EQ(nameOf(spec), "012345678901234567890123456.wav");
-    spec = specNamed("0123456789012345678901234567890.sd2");
-    CFileUtilSetNewFSSpecExtension(&spec, ".aiff");
-    EXPECT_EQ(nameOf(spec), "01234567890123456789012345.aiff");
-    spec = specNamed("Vox.R.sd2");
-    CFileUtilSetFSSpecExtension(&spec, ".wav");
-    EXPECT_EQ(nameOf(spec), "Vox.wav");
-    spec = specNamed("Mix.final");
-    EXPECT_TRUE(CFileUtilCutFSSpecExtension(&spec));
-    EXPECT_EQ(nameOf(spec), "Mix");
-    spec = specNamed("Take.2");
-    EXPECT_FALSE(CFileUtilCutFSSpecExtension(&spec));
-    EXPECT_EQ(nameOf(spec), "Take.2");
+    fsSpec = specNamed("0123456789012345678901234567890123456789.aif");
+    CFileUtilEnsureFSSpecExtension(&fsSpec, ".wav");
+    EXPECT_EQ(nameOf(fsSpec), "012345678901234567890123456.wav");
+    fsSpec = specNamed("0123456789012345678901234567890.sd2");
+    CFileUtilSetNewFSSpecExtension(&fsSpec, ".aiff");
+    EXPECT_EQ(nameOf(fsSpec), "01234567890123456789012345.aiff");
+    fsSpec = specNamed("Vox.R.sd2");
+    CFileUtilSetFSSpecExtension(&fsSpec, ".wav");
+    EXPECT_EQ(nameOf(fsSpec), "Vox.wav");
+    fsSpec = specNamed("Mix.final");
+    EXPECT_TRUE(CFileUtilCutFSSpecExtension(&fsSpec));
+    EXPECT_EQ(nameOf(fsSpec), "Mix");
+    fsSpec = specNamed("Take.2");
+    EXPECT_FALSE(CFileUtilCutFSSpecExtension(&fsSpec));
+    EXPECT_EQ(nameOf(fsSpec), "Take.2");
 
     // Mac Roman bytes are one character each and are kept as they are.
-    spec = specNamed("Caf\x8E.aif");
-    CFileUtilSetFSSpecExtension(&spec, ".wav");
-    EXPECT_EQ(nameOf(spec), "Caf\x8E.wav");
+    fsSpec = specNamed("Caf\x8E.aif");
+    CFileUtilSetFSSpecExtension(&fsSpec, ".wav");
+    EXPECT_EQ(nameOf(fsSpec), "Caf\x8E.wav");
 
     CFileUtilEnsureFSSpecExtension(nullptr, ".aif");
     CFileUtilSetFSSpecExtension(nullptr, ".aif");
@@ -303,16 +303,16 @@ TEST(FileUtilFiles, FileTypeFromFinderInformationThenExtension)
     for (const char* name : {"Loop.AIF", "Loop.aifc", "Readme", "Tagged", "Sidecar", "Tagged.mp3"})
         ASSERT_TRUE(folder.touch(name));
 
-    FSSpec spec = folder.spec("Loop.AIF");
-    EXPECT_EQ(CFileUtilFileType(&spec), PvFourCC("AIFF"));
-    spec = folder.spec("Loop.aifc");
-    EXPECT_EQ(CFileUtilFileType(&spec), PvFourCC("AIFF"));
-    spec = folder.spec("Readme");
-    EXPECT_EQ(CFileUtilFileType(&spec), 0u);
-    spec = folder.spec("Missing.MID");
-    EXPECT_EQ(CFileUtilFileType(&spec), PvFourCC("Midi"));
-    spec = specNamed("clip.mov");
-    EXPECT_EQ(CFileUtilFileType(&spec), PvFourCC("MooV"));
+    FSSpec fsSpec = folder.fsSpec("Loop.AIF");
+    EXPECT_EQ(CFileUtilFileType(&fsSpec), PvFourCC("AIFF"));
+    fsSpec = folder.fsSpec("Loop.aifc");
+    EXPECT_EQ(CFileUtilFileType(&fsSpec), PvFourCC("AIFF"));
+    fsSpec = folder.fsSpec("Readme");
+    EXPECT_EQ(CFileUtilFileType(&fsSpec), 0u);
+    fsSpec = folder.fsSpec("Missing.MID");
+    EXPECT_EQ(CFileUtilFileType(&fsSpec), PvFourCC("Midi"));
+    fsSpec = specNamed("clip.mov");
+    EXPECT_EQ(CFileUtilFileType(&fsSpec), PvFourCC("MooV"));
     EXPECT_EQ(CFileUtilFileType(nullptr), 0u);
     EXPECT_EQ(CFileUtilFileTypeFromName("x.ubs"), PvFourCC(".ubs"));
     EXPECT_EQ(CFileUtilFileTypeFromName("x.rx2"), PvFourCC("REX2"));
@@ -323,10 +323,10 @@ TEST(FileUtilFiles, FileTypeFromFinderInformationThenExtension)
     if (!setFinderInfo(folder.path("Tagged"), "WAVE", 0)
         || !setFinderInfo(folder.path("Tagged.mp3"), "AIFF", 0))
         GTEST_SKIP() << "no user extended attributes here: " << std::strerror(errno);
-    spec = folder.spec("Tagged");
-    EXPECT_EQ(CFileUtilFileType(&spec), PvFourCC("WAVE"));
-    spec = folder.spec("Tagged.mp3");
-    EXPECT_EQ(CFileUtilFileType(&spec), PvFourCC("AIFF"));
+    fsSpec = folder.fsSpec("Tagged");
+    EXPECT_EQ(CFileUtilFileType(&fsSpec), PvFourCC("WAVE"));
+    fsSpec = folder.fsSpec("Tagged.mp3");
+    EXPECT_EQ(CFileUtilFileType(&fsSpec), PvFourCC("AIFF"));
     // The same from an AppleDouble sidecar ("._Sidecar", Finder information in entry 9).
     QByteArray sidecar(82, '\0');
     const uchar header[] = {0, 5, 22, 7, 0, 2, 0, 0};
@@ -340,8 +340,8 @@ TEST(FileUtilFiles, FileTypeFromFinderInformationThenExtension)
     ASSERT_TRUE(f.open(QIODevice::WriteOnly));
     f.write(sidecar);
     f.close();
-    spec = folder.spec("Sidecar");
-    EXPECT_EQ(CFileUtilFileType(&spec), PvFourCC("Sd2f"));
+    fsSpec = folder.fsSpec("Sidecar");
+    EXPECT_EQ(CFileUtilFileType(&fsSpec), PvFourCC("Sd2f"));
 }
 
 TEST(FileUtilFiles, CheckDirAcceptsFoldersOnly)
@@ -350,15 +350,15 @@ TEST(FileUtilFiles, CheckDirAcceptsFoldersOnly)
     ASSERT_TRUE(folder.ok());
     ASSERT_TRUE(QDir().mkdir(folder.path("Sub")));
     ASSERT_TRUE(folder.touch("File"));
-    FSSpec spec = folder.spec("Sub");
-    const int32_t parent = spec.parID;
-    ASSERT_EQ(CFileUtilCheckDir(&spec), noErr);
-    EXPECT_NE(int32_t(spec.parID), parent);
-    EXPECT_EQ(spec.name[0], 0);
-    FSSpec file = folder.spec("File");
+    FSSpec fsSpec = folder.fsSpec("Sub");
+    const int32_t parent = fsSpec.parID;
+    ASSERT_EQ(CFileUtilCheckDir(&fsSpec), noErr);
+    EXPECT_NE(int32_t(fsSpec.parID), parent);
+    EXPECT_EQ(fsSpec.name[0], 0);
+    FSSpec file = folder.fsSpec("File");
     EXPECT_NE(CFileUtilCheckDir(&file), noErr);
     EXPECT_EQ(nameOf(file), "File");
-    FSSpec missing = folder.spec("Nothing");
+    FSSpec missing = folder.fsSpec("Nothing");
     EXPECT_NE(CFileUtilCheckDir(&missing), noErr);
     EXPECT_EQ(CFileUtilCheckDir(nullptr), paramErr);
 }
@@ -371,40 +371,40 @@ TEST(FileUtilFiles, UniqueNamesCountUpAndRespectStereoPartners)
         ASSERT_TRUE(folder.touch(name));
     ASSERT_TRUE(QDir().mkdir(folder.path("Sessions")));
 
-    FSSpec spec = folder.spec("Vox.aif");
-    EXPECT_TRUE(CFileUtilMakeFileNameUnique(&spec, nullptr));
-    EXPECT_EQ(nameOf(spec), "Vox#2.aif");
-    spec = folder.spec("Take#7.aif");
-    EXPECT_TRUE(CFileUtilMakeFileNameUnique(&spec, nullptr));
-    EXPECT_EQ(nameOf(spec), "Take#8.aif");
-    spec = folder.spec("Fresh.aif");
-    EXPECT_FALSE(CFileUtilMakeFileNameUnique(&spec, nullptr));
-    EXPECT_EQ(nameOf(spec), "Fresh.aif");
-    spec = folder.spec("Sessions"); // a folder counts as taken
-    EXPECT_TRUE(CFileUtilMakeFileNameUnique(&spec, nullptr));
-    EXPECT_EQ(nameOf(spec), "Sessions#1");
+    FSSpec fsSpec = folder.fsSpec("Vox.aif");
+    EXPECT_TRUE(CFileUtilMakeFileNameUnique(&fsSpec, nullptr));
+    EXPECT_EQ(nameOf(fsSpec), "Vox#2.aif");
+    fsSpec = folder.fsSpec("Take#7.aif");
+    EXPECT_TRUE(CFileUtilMakeFileNameUnique(&fsSpec, nullptr));
+    EXPECT_EQ(nameOf(fsSpec), "Take#8.aif");
+    fsSpec = folder.fsSpec("Fresh.aif");
+    EXPECT_FALSE(CFileUtilMakeFileNameUnique(&fsSpec, nullptr));
+    EXPECT_EQ(nameOf(fsSpec), "Fresh.aif");
+    fsSpec = folder.fsSpec("Sessions"); // a folder counts as taken
+    EXPECT_TRUE(CFileUtilMakeFileNameUnique(&fsSpec, nullptr));
+    EXPECT_EQ(nameOf(fsSpec), "Sessions#1");
 
     // Gtr.L.aif does not exist, but its partner does.
-    spec = folder.spec("Gtr.L.aif");
-    EXPECT_TRUE(CFileUtilMakeFileNameUnique(&spec, nullptr));
-    EXPECT_EQ(nameOf(spec), "Gtr#1.L.aif");
+    fsSpec = folder.fsSpec("Gtr.L.aif");
+    EXPECT_TRUE(CFileUtilMakeFileNameUnique(&fsSpec, nullptr));
+    EXPECT_EQ(nameOf(fsSpec), "Gtr#1.L.aif");
     // ... unless the partner is the exception.
-    FSSpec partner = folder.spec("Gtr.R.aif");
-    spec = folder.spec("Gtr.L.aif");
-    EXPECT_FALSE(CFileUtilMakeFileNameUnique(&spec, &partner));
+    FSSpec partner = folder.fsSpec("Gtr.R.aif");
+    fsSpec = folder.fsSpec("Gtr.L.aif");
+    EXPECT_FALSE(CFileUtilMakeFileNameUnique(&fsSpec, &partner));
     // The partner of each new name is checked too.
-    spec = folder.spec("Bass.L.wav");
-    EXPECT_TRUE(CFileUtilMakeFileNameUnique(&spec, nullptr));
-    EXPECT_EQ(nameOf(spec), "Bass#2.L.wav");
+    fsSpec = folder.fsSpec("Bass.L.wav");
+    EXPECT_TRUE(CFileUtilMakeFileNameUnique(&fsSpec, nullptr));
+    EXPECT_EQ(nameOf(fsSpec), "Bass#2.L.wav");
 
     // A full-length name gives way to the number, never the extension.
     const char* longName = "abcdefghijklmnopqrstuvwxyz0.aif";
     ASSERT_TRUE(folder.touch(longName));
-    spec = folder.spec(longName);
-    EXPECT_TRUE(CFileUtilMakeFileNameUnique(&spec, nullptr));
-    EXPECT_EQ(nameOf(spec), "abcdefghijklmnopqrstuvwxy#1.aif");
+    fsSpec = folder.fsSpec(longName);
+    EXPECT_TRUE(CFileUtilMakeFileNameUnique(&fsSpec, nullptr));
+    EXPECT_EQ(nameOf(fsSpec), "abcdefghijklmnopqrstuvwxy#1.aif");
 
-    FSSpec empty = folder.spec("");
+    FSSpec empty = folder.fsSpec("");
     EXPECT_FALSE(CFileUtilMakeFileNameUnique(&empty, nullptr));
     EXPECT_FALSE(CFileUtilMakeFileNameUnique(nullptr, nullptr));
 }
@@ -431,10 +431,10 @@ TEST(FileUtilBadInput, DegenerateNamesNeverCrashOrGrow)
                           .size(),
                 std::max<size_t>(size_t(size), len + 1));
         CFileUtilGetPointExt(name);
-        FSSpec spec = specNamed(name[0] && len < 64 ? name : "x");
-        spec.name[0] = uint8_t(std::min<size_t>(len, 63));
-        CFileUtilEnsureFSSpecExtension(&spec, ".aif");
-        EXPECT_LE(spec.name[0], 31);
+        FSSpec fsSpec = specNamed(name[0] && len < 64 ? name : "x");
+        fsSpec.name[0] = uint8_t(std::min<size_t>(len, 63));
+        CFileUtilEnsureFSSpecExtension(&fsSpec, ".aif");
+        EXPECT_LE(fsSpec.name[0], 31);
     }
     EXPECT_EQ(CFileUtilHasStereoExtension(static_cast<const char*>(nullptr)), -1);
     EXPECT_EQ(CFileUtilHasStereoExtension(nullptr, 7), -1);

@@ -33,9 +33,9 @@ protected:
         m_path = m_dir.path() + QStringLiteral("/name.bin");
         EXPECT_TRUE(PavoTest::writeFile(m_path, bytes));
         CFileRef ref(m_path, kPathStylePOSIX, 0);
-        FSSpec spec {};
-        EXPECT_TRUE(ref.GetFSSpec(&spec));
-        return spec;
+        FSSpec fsSpec {};
+        EXPECT_TRUE(ref.GetFSSpec(&fsSpec));
+        return fsSpec;
     }
 
     QByteArray contents() const { return PavoTest::readFile(m_path); }
@@ -93,9 +93,9 @@ TEST(PMName, GetElements)
 
 TEST_F(PMNameFileTest, BothFormsRoundTripLittleEndian)
 {
-    FSSpec spec = make(QByteArray());
+    FSSpec fsSpec = make(QByteArray());
     {
-        CFileIO io(&spec, 1);
+        CFileIO io(&fsSpec, 1);
         EXPECT_EQ(PMName("abc").ToFile(io, 1), noErr);
         EXPECT_EQ(PMName("Group:Sub").ToFile(io, 0), noErr);
         EXPECT_EQ(PMName().ToFile(io, 1), noErr);
@@ -109,7 +109,7 @@ TEST_F(PMNameFileTest, BothFormsRoundTripLittleEndian)
                    "\x00\x00"
                    "\x00\x00\x00\x00",
             24));
-    CFileIO io(&spec, 0);
+    CFileIO io(&fsSpec, 0);
     PMName name;
     ASSERT_EQ(name.FromFile(io, 1), noErr);
     EXPECT_STREQ(name.Get(), "abc");
@@ -125,8 +125,8 @@ TEST_F(PMNameFileTest, BothFormsRoundTripLittleEndian)
 TEST_F(PMNameFileTest, ImpossibleLengthsThrowOrFail)
 {
     for (const QByteArray& bytes : {QByteArray("\xff\xff", 2), QByteArray("\x00\x80", 2)}) {
-        FSSpec spec = make(bytes);
-        CFileIO io(&spec, 0);
+        FSSpec fsSpec = make(bytes);
+        CFileIO io(&fsSpec, 0);
         PMName name;
         EXPECT_THROW(name.FromFile(io, 1), PMNameException);
     }

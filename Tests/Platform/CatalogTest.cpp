@@ -21,20 +21,20 @@ bool touch(const QString& path, const QByteArray& bytes = "x")
     return f.open(QIODevice::WriteOnly) && f.write(bytes) == bytes.size();
 }
 
-QByteArray specName(const FSSpec& spec)
+QByteArray specName(const FSSpec& fsSpec)
 {
-    return QByteArray(reinterpret_cast<const char*>(spec.name + 1), spec.name[0]);
+    return QByteArray(reinterpret_cast<const char*>(fsSpec.name + 1), fsSpec.name[0]);
 }
 
 FSSpec makeSpec(int16_t vRefNum, int32_t parID, const QByteArray& name)
 {
-    FSSpec spec;
-    std::memset(&spec, 0, sizeof spec);
-    spec.vRefNum = vRefNum;
-    spec.parID = parID;
-    spec.name[0] = uint8_t(name.size());
-    std::memcpy(spec.name + 1, name.constData(), size_t(name.size()));
-    return spec;
+    FSSpec fsSpec;
+    std::memset(&fsSpec, 0, sizeof fsSpec);
+    fsSpec.vRefNum = vRefNum;
+    fsSpec.parID = parID;
+    fsSpec.name[0] = uint8_t(name.size());
+    std::memcpy(fsSpec.name + 1, name.constData(), size_t(name.size()));
+    return fsSpec;
 }
 
 // The canonical form of a temporary folder (the temporary folder itself may be a link).
@@ -78,13 +78,13 @@ TEST(PvCatalog, RootFolderIsTwoAndItsParentOne)
 {
     FSRef root;
     ASSERT_EQ(PvCatalog::MakeRef(QStringLiteral("/"), &root), noErr);
-    FSSpec spec;
-    ASSERT_EQ(PvCatalog::RefSpec(&root, &spec), noErr);
+    FSSpec fsSpec;
+    ASSERT_EQ(PvCatalog::RefSpec(&root, &fsSpec), noErr);
     PvVolumeInfo volume;
     ASSERT_EQ(PvCatalog::VolumeInfoByRefNum(PvCatalog::DefaultVolume(), &volume), noErr);
-    EXPECT_EQ(spec.vRefNum, volume.vRefNum);
-    EXPECT_EQ(int32_t(spec.parID), 1);
-    EXPECT_EQ(QString::fromLatin1(specName(spec)), volume.name.left(27));
+    EXPECT_EQ(fsSpec.vRefNum, volume.vRefNum);
+    EXPECT_EQ(int32_t(fsSpec.parID), 1);
+    EXPECT_EQ(QString::fromLatin1(specName(fsSpec)), volume.name.left(27));
     int32_t dirID = 0;
     ASSERT_EQ(PvCatalog::RefFolderID(&root, &dirID), noErr);
     EXPECT_EQ(dirID, 2);
@@ -113,34 +113,34 @@ TEST(PvCatalog, FSRefAndFSSpecRoundTripAndCheckIdentity)
     bool isFolder = true;
     ASSERT_EQ(PvCatalog::MakeRef(file, &ref, &isFolder), noErr);
     EXPECT_FALSE(isFolder);
-    FSSpec spec;
-    ASSERT_EQ(PvCatalog::RefSpec(&ref, &spec), noErr);
-    EXPECT_EQ(specName(spec), QByteArray("Take 1.aif"));
+    FSSpec fsSpec;
+    ASSERT_EQ(PvCatalog::RefSpec(&ref, &fsSpec), noErr);
+    EXPECT_EQ(specName(fsSpec), QByteArray("Take 1.aif"));
 
     FSRef folderRef;
     int32_t folderID = 0;
     ASSERT_EQ(PvCatalog::MakeRef(base + QStringLiteral("/Folder"), &folderRef, &isFolder), noErr);
     EXPECT_TRUE(isFolder);
     ASSERT_EQ(PvCatalog::RefFolderID(&folderRef, &folderID), noErr);
-    EXPECT_EQ(int32_t(spec.parID), folderID);
+    EXPECT_EQ(int32_t(fsSpec.parID), folderID);
     EXPECT_GT(folderID, 2);
     int32_t notFolder = 0;
     EXPECT_EQ(PvCatalog::RefFolderID(&ref, &notFolder), dirNFErr);
 
     FSRef back;
-    ASSERT_EQ(PvCatalog::SpecRef(&spec, &back), noErr);
+    ASSERT_EQ(PvCatalog::SpecRef(&fsSpec, &back), noErr);
     EXPECT_EQ(std::memcmp(&back, &ref, sizeof ref), 0);
 
     // MakeSpec: an existing item, a missing one in an existing folder, an empty name.
     FSSpec made;
-    EXPECT_EQ(PvCatalog::MakeSpec(spec.vRefNum, folderID, spec.name, &made), noErr);
+    EXPECT_EQ(PvCatalog::MakeSpec(fsSpec.vRefNum, folderID, fsSpec.name, &made), noErr);
     const unsigned char missing[] = "\x07new.wav";
-    EXPECT_EQ(PvCatalog::MakeSpec(spec.vRefNum, folderID, missing, &made), fnfErr);
+    EXPECT_EQ(PvCatalog::MakeSpec(fsSpec.vRefNum, folderID, missing, &made), fnfErr);
     EXPECT_EQ(int32_t(made.parID), folderID);
     const unsigned char empty[] = "";
-    ASSERT_EQ(PvCatalog::MakeSpec(spec.vRefNum, folderID, empty, &made), noErr);
+    ASSERT_EQ(PvCatalog::MakeSpec(fsSpec.vRefNum, folderID, empty, &made), noErr);
     EXPECT_EQ(specName(made), QByteArray("Folder"));
-    EXPECT_EQ(PvCatalog::MakeSpec(spec.vRefNum, 0x7ffffff0, missing, &made), dirNFErr);
+    EXPECT_EQ(PvCatalog::MakeSpec(fsSpec.vRefNum, 0x7ffffff0, missing, &made), dirNFErr);
 
     // A lookup checks device and inode: renaming or replacing the item breaks the FSRef.
     QString path;
@@ -149,7 +149,7 @@ TEST(PvCatalog, FSRefAndFSSpecRoundTripAndCheckIdentity)
     ASSERT_TRUE(QFile::rename(file, file + QStringLiteral(".old")));
     ASSERT_TRUE(touch(file));
     EXPECT_EQ(PvCatalog::RefPath(&ref, &path), fnfErr);
-    EXPECT_EQ(PvCatalog::RefSpec(&ref, &spec), fnfErr);
+    EXPECT_EQ(PvCatalog::RefSpec(&ref, &fsSpec), fnfErr);
 
     FSRef zero;
     std::memset(&zero, 0, sizeof zero);
@@ -170,11 +170,11 @@ TEST(PvCatalog, NamesThatDoNotFitAreShortenedAndFoundAgain)
         ASSERT_TRUE(touch(file));
         FSRef ref;
         ASSERT_EQ(PvCatalog::MakeRef(file, &ref), noErr);
-        FSSpec spec;
-        ASSERT_EQ(PvCatalog::RefSpec(&ref, &spec), noErr) << name.toStdString();
-        EXPECT_LE(spec.name[0], 31);
+        FSSpec fsSpec;
+        ASSERT_EQ(PvCatalog::RefSpec(&ref, &fsSpec), noErr) << name.toStdString();
+        EXPECT_LE(fsSpec.name[0], 31);
         FSRef back;
-        ASSERT_EQ(PvCatalog::SpecRef(&spec, &back), noErr) << specName(spec).toStdString();
+        ASSERT_EQ(PvCatalog::SpecRef(&fsSpec, &back), noErr) << specName(fsSpec).toStdString();
         QString path;
         ASSERT_EQ(PvCatalog::RefPath(&back, &path), noErr);
         EXPECT_EQ(path, file);
@@ -184,17 +184,17 @@ TEST(PvCatalog, NamesThatDoNotFitAreShortenedAndFoundAgain)
             QString(name).replace(QLatin1Char(':'), QLatin1Char('/')));
     }
     FSRef ref;
-    FSSpec spec;
+    FSSpec fsSpec;
     ASSERT_EQ(PvCatalog::MakeRef(base + QLatin1Char('/') + names[0], &ref), noErr);
-    ASSERT_EQ(PvCatalog::RefSpec(&ref, &spec), noErr);
-    EXPECT_TRUE(specName(spec).endsWith(".wav"));
-    EXPECT_TRUE(specName(spec).contains('#'));
+    ASSERT_EQ(PvCatalog::RefSpec(&ref, &fsSpec), noErr);
+    EXPECT_TRUE(specName(fsSpec).endsWith(".wav"));
+    EXPECT_TRUE(specName(fsSpec).contains('#'));
     ASSERT_EQ(PvCatalog::MakeRef(base + QStringLiteral("/L:R mix.wav"), &ref), noErr);
-    ASSERT_EQ(PvCatalog::RefSpec(&ref, &spec), noErr);
-    EXPECT_EQ(specName(spec), QByteArray("L/R mix.wav"));
+    ASSERT_EQ(PvCatalog::RefSpec(&ref, &fsSpec), noErr);
+    EXPECT_EQ(specName(fsSpec), QByteArray("L/R mix.wav"));
     ASSERT_EQ(PvCatalog::MakeRef(base + QStringLiteral("/Caf\u00e9.wav"), &ref), noErr);
-    ASSERT_EQ(PvCatalog::RefSpec(&ref, &spec), noErr);
-    EXPECT_EQ(specName(spec), QByteArray("Caf\x8e.wav")) << "Mac Roman e-acute";
+    ASSERT_EQ(PvCatalog::RefSpec(&ref, &fsSpec), noErr);
+    EXPECT_EQ(specName(fsSpec), QByteArray("Caf\x8e.wav")) << "Mac Roman e-acute";
 }
 
 TEST(PvCatalog, ResolveAliasFileFollowsLinkChains)
@@ -213,31 +213,31 @@ TEST(PvCatalog, ResolveAliasFileFollowsLinkChains)
 
     auto specOf = [](const QString& path) {
         FSRef ref;
-        FSSpec spec;
-        std::memset(&spec, 0, sizeof spec);
+        FSSpec fsSpec;
+        std::memset(&fsSpec, 0, sizeof fsSpec);
         EXPECT_EQ(PvCatalog::MakeRef(path, &ref), noErr);
-        EXPECT_EQ(PvCatalog::RefSpec(&ref, &spec), noErr);
-        return spec;
+        EXPECT_EQ(PvCatalog::RefSpec(&ref, &fsSpec), noErr);
+        return fsSpec;
     };
-    FSSpec spec = specOf(base + QStringLiteral("/link2"));
+    FSSpec fsSpec = specOf(base + QStringLiteral("/link2"));
     bool isFolder = true;
     bool aliased = false;
-    ASSERT_EQ(PvCatalog::ResolveAliasFile(&spec, &isFolder, &aliased), noErr);
+    ASSERT_EQ(PvCatalog::ResolveAliasFile(&fsSpec, &isFolder, &aliased), noErr);
     EXPECT_FALSE(isFolder);
     EXPECT_TRUE(aliased);
-    EXPECT_EQ(specName(spec), QByteArray("target.wav"));
+    EXPECT_EQ(specName(fsSpec), QByteArray("target.wav"));
 
-    spec = specOf(base + QStringLiteral("/folderLink"));
-    ASSERT_EQ(PvCatalog::ResolveAliasFile(&spec, &isFolder, &aliased), noErr);
+    fsSpec = specOf(base + QStringLiteral("/folderLink"));
+    ASSERT_EQ(PvCatalog::ResolveAliasFile(&fsSpec, &isFolder, &aliased), noErr);
     EXPECT_TRUE(isFolder);
-    EXPECT_EQ(specName(spec), QByteArray("Sub"));
+    EXPECT_EQ(specName(fsSpec), QByteArray("Sub"));
 
-    spec = specOf(base + QStringLiteral("/target.wav"));
-    ASSERT_EQ(PvCatalog::ResolveAliasFile(&spec, &isFolder, &aliased), noErr);
+    fsSpec = specOf(base + QStringLiteral("/target.wav"));
+    ASSERT_EQ(PvCatalog::ResolveAliasFile(&fsSpec, &isFolder, &aliased), noErr);
     EXPECT_FALSE(aliased);
 
-    spec = specOf(base + QStringLiteral("/dangling"));
-    EXPECT_EQ(PvCatalog::ResolveAliasFile(&spec, &isFolder, &aliased), fnfErr);
+    fsSpec = specOf(base + QStringLiteral("/dangling"));
+    EXPECT_EQ(PvCatalog::ResolveAliasFile(&fsSpec, &isFolder, &aliased), fnfErr);
 }
 
 TEST(PvCatalog, HFSPathsStartWithTheVolumeName)
@@ -267,11 +267,11 @@ TEST(PvCatalog, ForksReadAndWriteAtPositions)
     const QString file = canonicalTemp(dir) + QStringLiteral("/data.bin");
     ASSERT_TRUE(touch(file, "0123456789"));
     FSRef ref;
-    FSSpec spec;
+    FSSpec fsSpec;
     ASSERT_EQ(PvCatalog::MakeRef(file, &ref), noErr);
-    ASSERT_EQ(PvCatalog::RefSpec(&ref, &spec), noErr);
+    ASSERT_EQ(PvCatalog::RefSpec(&ref, &fsSpec), noErr);
     int16_t fork = 0;
-    ASSERT_EQ(PvForkOpen(&spec, 3, &fork), noErr);
+    ASSERT_EQ(PvForkOpen(&fsSpec, 3, &fork), noErr);
     EXPECT_GT(fork, 0);
     char buf[8] = {};
     int32_t actual = 0;
@@ -310,16 +310,16 @@ TEST(PvCatalog, SecondVolumeHasItsOwnNumberAndRoot)
     const QString file = dir.path() + QStringLiteral("/clip.wav");
     ASSERT_TRUE(touch(file));
     FSRef folder;
-    FSSpec spec;
+    FSSpec fsSpec;
     ASSERT_EQ(PvCatalog::MakeRef(dir.path(), &folder), noErr);
-    ASSERT_EQ(PvCatalog::RefSpec(&folder, &spec), noErr);
-    EXPECT_EQ(spec.vRefNum, volume.vRefNum);
-    EXPECT_EQ(int32_t(spec.parID), 2) << "a folder in the root folder of the second volume";
+    ASSERT_EQ(PvCatalog::RefSpec(&folder, &fsSpec), noErr);
+    EXPECT_EQ(fsSpec.vRefNum, volume.vRefNum);
+    EXPECT_EQ(int32_t(fsSpec.parID), 2) << "a folder in the root folder of the second volume";
     FSRef root;
     ASSERT_EQ(PvCatalog::MakeRef(QStringLiteral("/dev/shm"), &root), noErr);
-    ASSERT_EQ(PvCatalog::RefSpec(&root, &spec), noErr);
-    EXPECT_EQ(int32_t(spec.parID), 1);
-    EXPECT_EQ(specName(spec), QByteArray("shm"));
+    ASSERT_EQ(PvCatalog::RefSpec(&root, &fsSpec), noErr);
+    EXPECT_EQ(int32_t(fsSpec.parID), 1);
+    EXPECT_EQ(specName(fsSpec), QByteArray("shm"));
     EXPECT_EQ(PvCatalog::HFSPathFromPosix(file, false),
         QStringLiteral("shm:") + QFileInfo(dir.path()).fileName() + QStringLiteral(":clip.wav"));
     EXPECT_EQ(PvCatalog::PosixPathFromHFS(PvCatalog::HFSPathFromPosix(file, false)), file);
