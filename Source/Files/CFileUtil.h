@@ -7,7 +7,7 @@
 // Linux). Suffixes and extensions are ASCII and are compared without regard to ASCII
 // case. The in-place operations only ever shorten a name, except CFileUtilSetNewExtension,
 // which is bounded by the buffer size it is given and never cuts a name inside a UTF-8
-// character. The FSSpec forms work on the specification's Pascal name, which holds one
+// character. The FSSpec forms work on the record's Pascal name, which holds one
 // byte per character (Mac Roman), and keep it within 31 characters.
 //
 // The table and the string functions keep no state and may run on any thread; the
