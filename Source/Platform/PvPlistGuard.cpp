@@ -27,26 +27,54 @@ struct Reader {
     uint64_t count;
     std::vector<uint64_t> offsets;
 
+    // The length that follows an object's marker: the low nibble, or an integer
+    // object after it when the nibble is 0xF. `pos` moves past what was read.
+    bool length(unsigned char marker, size_t* pos, uint64_t* n) const
+    {
+        *n = marker & 0x0F;
+        if (*n != 0x0F)
+            return true;
+        if (*pos >= objectsEnd || (data[*pos] >> 4) != 0x1)
+            return false;
+        const size_t intSize = size_t(1) << (data[*pos] & 0x0F);
+        ++*pos;
+        if (intSize > 8 || *pos + intSize > objectsEnd)
+            return false;
+        *n = readBig(data + *pos, intSize);
+        *pos += intSize;
+        return true;
+    }
+
+    // Strings must lie inside the object area and hold no NUL character: libplist
+    // asserts (and so aborts) on a string or key whose length disagrees with strlen.
+    bool stringIsClean(unsigned type, size_t pos, uint64_t n) const
+    {
+        const size_t unit = type == 0x6 ? 2 : 1;
+        if (n > (objectsEnd - pos) / unit)
+            return false;
+        for (size_t i = 0; i < size_t(n); ++i) {
+            const unsigned char* c = data + pos + i * unit;
+            if (c[0] == 0 && (unit == 1 || c[1] == 0))
+                return false;
+        }
+        return true;
+    }
+
     // The references of the container object `index` (none for other objects).
+    // Strings are checked on the way.
     bool children(uint64_t index, std::vector<uint64_t>* out) const
     {
         out->clear();
         size_t pos = size_t(offsets[index]);
         const unsigned char marker = data[pos++];
         const unsigned type = marker >> 4;
+        uint64_t n = 0;
+        if (type == 0x5 || type == 0x6)
+            return length(marker, &pos, &n) && stringIsClean(type, pos, n);
         if (type != 0xA && type != 0xC && type != 0xD)
             return true;
-        uint64_t n = marker & 0x0F;
-        if (n == 0x0F) {
-            if (pos >= objectsEnd || (data[pos] >> 4) != 0x1)
-                return false;
-            const size_t intSize = size_t(1) << (data[pos] & 0x0F);
-            ++pos;
-            if (intSize > 8 || pos + intSize > objectsEnd)
-                return false;
-            n = readBig(data + pos, intSize);
-            pos += intSize;
-        }
+        if (!length(marker, &pos, &n))
+            return false;
         if (type == 0xD) {
             if (n > count)
                 return false;

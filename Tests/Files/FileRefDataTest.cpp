@@ -270,6 +270,14 @@ TEST(CFileRefData, WithoutAnItemTheURLPartDecides)
     EXPECT_EQ(restoredPath(block), QStringLiteral("/tmp/some where/x.wav"));
     block = header(0, uint32_t(bomb.size())) + bomb;
     EXPECT_EQ(restoredPath(block), QString());
+    // A key stored as UTF-16 text with a NUL character in it is refused, not parsed.
+    QByteArray nulKey = archived;
+    const qsizetype at = nulKey.indexOf("NS.relative");
+    ASSERT_GT(at, 0);
+    nulKey[at - 1] = char(0x62);
+    nulKey.replace(at, 4, QByteArray("\0A\0\0", 4));
+    block = header(0, uint32_t(nulKey.size())) + nulKey;
+    EXPECT_EQ(restoredPath(block), QString());
 }
 
 TEST(CFileRefData, LengthsBeyondTheBlockRestoreNothing)
