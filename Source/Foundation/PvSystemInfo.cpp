@@ -1,4 +1,5 @@
 #include "PvSystemInfo.h"
+#include "PvPlistGuard_p.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -49,6 +50,8 @@ bool versionFromPlist(const QString& path, QString* result)
     if (!file.open(QIODevice::ReadOnly))
         return false;
     const QByteArray bytes = file.read(1 << 20);
+    if (bytes.startsWith("bplist") && !PvBinaryPlistIsTame(bytes.constData(), size_t(bytes.size())))
+        return false;
     plist_t root = nullptr;
     plist_from_memory(bytes.constData(), uint32_t(bytes.size()), &root);
     if (!root)

@@ -41,6 +41,20 @@ TEST(OSVersion, PropertyListFirstThenOsReleaseElseUnknown)
     EXPECT_EQ(PVOSVersionFromFiles(plist, {}, {}), QStringLiteral("(null) 10.5.1 (Build 9B18)"));
     ASSERT_TRUE(PavoTest::writeFile(plist, "<plist><dict><key>"));
     EXPECT_EQ(PVOSVersionFromFiles(plist, {osRelease}, {}), QStringLiteral("Unknown"));
+    // So is a binary one whose arrays each hold the next twice (2^40 nodes unfolded).
+    QByteArray bomb("bplist00");
+    for (int i = 0; i < 40; ++i)
+        bomb += QByteArray("\xA2") + char(i + 1) + char(i + 1);
+    bomb += QByteArray("\x10\x01", 2);
+    const qsizetype table = bomb.size();
+    for (int i = 0; i <= 40; ++i)
+        bomb += char(8 + 3 * i);
+    QByteArray trailer(32, 0);
+    trailer[6] = trailer[7] = 1;
+    trailer[15] = 41;
+    trailer[31] = char(table);
+    ASSERT_TRUE(PavoTest::writeFile(plist, bomb + trailer));
+    EXPECT_EQ(PVOSVersionFromFiles(plist, {osRelease}, {}), QStringLiteral("Unknown"));
 
     // This machine has an os-release file, so the live answer is never "Unknown".
     EXPECT_NE(PVOSVersion(), QStringLiteral("Unknown"));
