@@ -308,7 +308,9 @@ template <bool Swapped> struct R24 {
                                  -1, 6, 5, 4, -1, 9, 8, 7, -1, 12, 11, 10, -1, 15, 14, 13)
                                      : _mm256_setr_epi8(-1, 0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11,
                                          -1, 4, 5, 6, -1, 7, 8, 9, -1, 10, 11, 12, -1, 13, 14, 15);
-        return scaled(_mm256_srai_epi32(_mm256_shuffle_epi8(v, mask), 8), 1.0f / 8388608.0f);
+        // The sample lands in the top three bytes over a zero byte, which converts
+        // exactly and scales by 2^-31 (no shift back needed).
+        return scaled(_mm256_shuffle_epi8(v, mask), 1.0f / 2147483648.0f);
     }
 };
 

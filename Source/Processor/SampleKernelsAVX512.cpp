@@ -313,7 +313,9 @@ template <bool Swapped> struct R24 {
         const __m128i lane = Swapped ? _mm_setr_epi8(-1, 2, 1, 0, -1, 5, 4, 3, -1, 8, 7, 6, -1, 11, 10, 9)
                                      : _mm_setr_epi8(-1, 0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11);
         const __m512i top = _mm512_shuffle_epi8(spread, _mm512_broadcast_i32x4(lane));
-        return scaled(_mm512_srai_epi32(top, 8), 1.0f / 8388608.0f);
+        // The sample sits in the top three bytes over a zero byte: a multiple of 256
+        // with 24 significant bits, which converts exactly and scales by 2^-31.
+        return scaled(top, 1.0f / 2147483648.0f);
     }
 };
 
