@@ -247,17 +247,7 @@ Bytes buildAiff(Layout& l, bool shape)
     putBE32(b, kComm);
     putBE32(b, uint32_t(comm.size()));
     b.insert(b.end(), comm.begin(), comm.end());
-    for (Chunk& c : l.chunks) {
-        putBE32(b, c.id);
-        putBE32(b, uint32_t(c.size));
-        c.offset = b.size();
-        if (shape || !c.loaded)
-            b.resize(b.size() + c.size, 0);
-        else
-            b.insert(b.end(), c.payload.begin(), c.payload.end());
-        if (c.size & 1)
-            b.push_back(0);
-    }
+    appendChunks(b, l.chunks, shape, ChunkSizeForm::BigEndian32Padded);
     putBE32(b, kSsnd);
     const uint64_t ssnd = 8 + l.dataSize;
     putBE32(b, uint32_t(ssnd));
@@ -270,6 +260,26 @@ Bytes buildAiff(Layout& l, bool shape)
 }
 
 // ---- shared helpers of the service ----------------------------------------------
+
+void appendChunks(Bytes& b, std::vector<Chunk>& chunks, bool shape, ChunkSizeForm form)
+{
+    for (Chunk& c : chunks) {
+        putBE32(b, c.id);
+        if (form == ChunkSizeForm::BigEndian64)
+            putBE64(b, c.size);
+        else if (form == ChunkSizeForm::BigEndian32Padded)
+            putBE32(b, uint32_t(c.size));
+        else
+            putLE32(b, uint32_t(c.size));
+        c.offset = b.size();
+        if (shape || !c.loaded)
+            b.resize(b.size() + c.size, 0);
+        else
+            b.insert(b.end(), c.payload.begin(), c.payload.end());
+        if ((c.size & 1) && form != ChunkSizeForm::BigEndian64)
+            b.push_back(0);
+    }
+}
 
 bool saneRate(double rate)
 {

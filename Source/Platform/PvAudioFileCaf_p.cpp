@@ -167,15 +167,7 @@ Bytes buildCaf(Layout& l, bool shape)
     putBE32(b, f.mFramesPerPacket);
     putBE32(b, f.mChannelsPerFrame);
     putBE32(b, f.mBitsPerChannel);
-    for (Chunk& c : l.chunks) {
-        putBE32(b, c.id);
-        putBE64(b, c.size);
-        c.offset = b.size();
-        if (shape || !c.loaded)
-            b.resize(b.size() + c.size, 0);
-        else
-            b.insert(b.end(), c.payload.begin(), c.payload.end());
-    }
+    appendChunks(b, l.chunks, shape, ChunkSizeForm::BigEndian64);
     putBE32(b, kData);
     putBE64(b, l.dataSizeUnknown ? ~uint64_t(0) : l.dataSize + 4);
     putBE32(b, 0); // edit count

@@ -226,17 +226,7 @@ Bytes buildWave(Layout& l, bool shape)
     putBE32(b, kFmt);
     putLE32(b, uint32_t(fmt.size()));
     b.insert(b.end(), fmt.begin(), fmt.end());
-    for (Chunk& c : l.chunks) {
-        putBE32(b, c.id);
-        putLE32(b, uint32_t(c.size));
-        c.offset = b.size();
-        if (shape || !c.loaded)
-            b.resize(b.size() + c.size, 0);
-        else
-            b.insert(b.end(), c.payload.begin(), c.payload.end());
-        if (c.size & 1)
-            b.push_back(0);
-    }
+    appendChunks(b, l.chunks, shape, ChunkSizeForm::LittleEndian32Padded);
     putBE32(b, kData);
     const size_t dataSizeAt = b.size();
     putLE32(b, 0);

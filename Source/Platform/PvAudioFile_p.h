@@ -146,6 +146,13 @@ bool saneRate(double rate);
 double fromExtended(const uint8_t* p);
 void toExtended(double value, uint8_t* out);
 
+/// How a container stores a chunk's size after its four-character identifier.
+enum class ChunkSizeForm { BigEndian32Padded, LittleEndian32Padded, BigEndian64 };
+/// Appends every metadata chunk: identifier, size and payload (zeros when `shape` is
+/// true or the payload was never loaded), with a pad byte after an odd payload in
+/// the padded forms. Records each payload's offset in `b`.
+void appendChunks(Bytes& b, std::vector<Chunk>& chunks, bool shape, ChunkSizeForm form);
+
 // ---- formats --------------------------------------------------------------------
 // parse*: reads the header; returns noErr and fills the layout, or an error result.
 // prepare*: checks a format for a new file and fills the stored-format fields.
