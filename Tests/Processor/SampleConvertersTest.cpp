@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cfenv>
 #include <cmath>
 #include <cstring>
 #include <random>
@@ -233,6 +234,31 @@ TEST(SampleWriters, ClipLevelsAndEdgeValues)
         ConvertFloatTo8(out8, reinterpret_cast<int32_t*>(const_cast<float*>(in)), 9, nullptr);
         EXPECT_EQ(out8[0], 127);
         EXPECT_EQ(out8[4], -128);
+    });
+}
+
+// Integer writers work on the float's bits: whatever the input, they raise no
+// floating-point exception (even unmasked ones) and leave no status flag behind.
+TEST(SampleWriters, LeaveTheFloatingPointEnvironmentAlone)
+{
+    std::vector<float> in(64);
+    const float odd[] = {NAN, INFINITY, -INFINITY, 3.0e38f, -3.0e38f, 0.3f, -0.7f, 1.0e-40f, 1.0f, -1.0f};
+    for (size_t i = 0; i < in.size(); ++i)
+        in[i] = odd[i % std::size(odd)];
+    std::vector<int32_t> out(2 * in.size());
+    auto* samples = reinterpret_cast<int32_t*>(in.data());
+    const int32_t n = int32_t(in.size());
+    onEveryPath([&](PvConverterPath) {
+        std::feclearexcept(FE_ALL_EXCEPT);
+        feenableexcept(FE_INVALID | FE_OVERFLOW | FE_DIVBYZERO);
+        for (tConvertFloatToN fn : {ConvertFloatTo32, ConvertFloatTo24, ConvertFloatTo16, ConvertFloatTo8,
+                 ConvertFloatTo32Swap, ConvertFloatTo24Swap, ConvertFloatTo16Swap, ConvertFloatTo8Swap}) {
+            fn(out.data(), samples, n, nullptr);
+            fn(out.data(), samples, n / 2, samples + n / 2);
+        }
+        ConvertFloatTo16Interleaved2(out.data(), samples, n, nullptr);
+        fedisableexcept(FE_ALL_EXCEPT);
+        EXPECT_EQ(std::fetestexcept(FE_ALL_EXCEPT), 0);
     });
 }
 
@@ -599,10 +625,10 @@ TEST(SampleSelectors, PathControl)
 
 // ---- exhaustive ----------------------------------------------------------------------
 
-// Every float bit pattern through the native 16- and 24-bit writers on the path the
+// Every float bit pattern through the native 16-, 24- and 32-bit writers on the path the
 // converters choose for this processor (the other paths meet the dense patterns above):
 // big blocks compared as whole blocks, split between two threads.
-TEST(SampleWritersExhaustive, EveryFloatThroughNative16And24)
+TEST(SampleWritersExhaustive, EveryFloatThroughNative16To32)
 {
     constexpr uint32_t kBlock = 1u << 16;
     std::atomic<uint64_t> mismatches {0};
@@ -611,11 +637,13 @@ TEST(SampleWritersExhaustive, EveryFloatThroughNative16And24)
         std::vector<uint32_t> in(kBlock);
         std::vector<int16_t> out16(kBlock), want16(kBlock);
         std::vector<uint8_t> out24(3 * kBlock), want24(3 * kBlock);
+        std::vector<int32_t> out32(kBlock), want32(kBlock);
         for (uint64_t block = firstBlock; block < (1ull << 32) / kBlock; block += step) {
             const uint32_t base = uint32_t(block * kBlock);
             for (uint32_t k = 0; k < kBlock; ++k) {
                 in[k] = base + k;
                 const int32_t i = refIntermediate(base + k);
+                want32[k] = i;
                 want16[k] = int16_t(i >> 16);
                 want24[3 * k] = uint8_t(uint32_t(i) >> 8);
                 want24[3 * k + 1] = uint8_t(uint32_t(i) >> 16);
@@ -623,11 +651,13 @@ TEST(SampleWritersExhaustive, EveryFloatThroughNative16And24)
             }
             ConvertFloatTo16(out16.data(), reinterpret_cast<int32_t*>(in.data()), int32_t(kBlock), nullptr);
             ConvertFloatTo24(out24.data(), reinterpret_cast<int32_t*>(in.data()), int32_t(kBlock), nullptr);
+            ConvertFloatTo32(out32.data(), reinterpret_cast<int32_t*>(in.data()), int32_t(kBlock), nullptr);
             if (std::memcmp(out16.data(), want16.data(), 2 * kBlock) == 0
-                && std::memcmp(out24.data(), want24.data(), 3 * kBlock) == 0)
+                && std::memcmp(out24.data(), want24.data(), 3 * kBlock) == 0 && out32 == want32)
                 continue;
             for (uint32_t k = 0; k < kBlock; ++k)
-                if (out16[k] != want16[k] || std::memcmp(&out24[3 * k], &want24[3 * k], 3) != 0) {
+                if (out16[k] != want16[k] || std::memcmp(&out24[3 * k], &want24[3 * k], 3) != 0
+                    || out32[k] != want32[k]) {
                     ++mismatches;
                     uint64_t seen = firstBad.load();
                     while (base + k < seen && !firstBad.compare_exchange_weak(seen, base + k)) { }
