@@ -6,13 +6,17 @@
 //   samples/s    converter samples per second (items_per_second)
 //   x_memcpy     memcpy time / converter time (1.0 = as fast as copying the output)
 //   x_scalar     portable-path time / converter time
+// PAVO_CONVERTER_PATH=avx2 (or avx512, portable) measures that path instead of the one
+// the processor would get.
 #include <Pavo/PavoCore.h>
 
 #include <benchmark/benchmark.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <random>
+#include <string>
 #include <vector>
 
 namespace {
@@ -73,11 +77,31 @@ template <class Call> double seconds(Call call)
     return (nowSeconds() - t0) / kRepeats;
 }
 
+// The path under measurement: PAVO_CONVERTER_PATH when it names an available path,
+// else the processor's own.
+PvConverterPath pathUnderTest()
+{
+    static const PvConverterPath path = [] {
+        const char* name = std::getenv("PAVO_CONVERTER_PATH");
+        const std::string wanted = name ? name : "";
+        for (PvConverterPath p : {kPvConverterPortable, kPvConverterAVX2, kPvConverterAVX512}) {
+            const char* label = p == kPvConverterAVX512 ? "avx512"
+                : p == kPvConverterAVX2                 ? "avx2"
+                                                        : "portable";
+            if (wanted == label && PvSetConverterPath(p))
+                return p;
+        }
+        return PvCurrentConverterPath();
+    }();
+    return path;
+}
+
 // `run(path)` converts one block; `outBytes` is what the converter writes.
 template <class Run> void measure(benchmark::State& state, size_t outBytes, int32_t samples, Run run)
 {
     Buffers& b = buffers();
-    const PvConverterPath best = PvCurrentConverterPath();
+    const PvConverterPath best = pathUnderTest();
+    PvSetConverterPath(best);
     double tConv = 0, tCopy = 0, tScalar = 0;
     for (auto _ : state) {
         const double t = seconds([&] { run(); });
