@@ -22,38 +22,19 @@ const Kernels& P = kPortableKernels;
 
 // ---- shared steps ---------------------------------------------------------------
 
-// The float-to-integer bit rule on 8 floats: the 32-bit intermediate I. For |x| < 1,
-// |x| * 2^31 truncated toward zero is I, so the conversion instruction does the work;
-// every other input (|x| >= 1, infinities, NaNs) converts to 0x80000000 and takes the
-// clip level of its sign instead. Callers run this under ExceptionsMasked.
+// The float-to-integer bit rule on 8 floats: the 32-bit intermediate I.
 PV_AVX2 __m256i bitsToInt(__m256i b)
 {
-    const __m256i m
-        = _mm256_cvttps_epi32(_mm256_mul_ps(_mm256_castsi256_ps(b), _mm256_set1_ps(2147483648.0f)));
-    // 0x7FFFFF00 or, where the sign bit of b is set, 0x80000100.
-    const __m256 clip = _mm256_blendv_ps(_mm256_castsi256_ps(_mm256_set1_epi32(0x7FFFFF00)),
-        _mm256_castsi256_ps(_mm256_set1_epi32(int(0x80000100u))), _mm256_castsi256_ps(b));
-    const __m256i out = _mm256_cmpeq_epi32(m, _mm256_set1_epi32(int(0x80000000u)));
-    return _mm256_castps_si256(_mm256_blendv_ps(_mm256_castsi256_ps(m), clip, _mm256_castsi256_ps(out)));
+    const __m256i exponent = _mm256_and_si256(_mm256_srli_epi32(b, 23), _mm256_set1_epi32(0xFF));
+    const __m256i shift = _mm256_sub_epi32(_mm256_set1_epi32(127), exponent);
+    const __m256i mantissa = _mm256_or_si256(_mm256_slli_epi32(b, 8), _mm256_set1_epi32(int(0x80000000u)));
+    // Shifts of 32 or more (tiny values, zeros) give 0; the clip case is chosen below.
+    __m256i m = _mm256_srlv_epi32(mantissa, shift);
+    const __m256i clip = _mm256_cmpgt_epi32(exponent, _mm256_set1_epi32(126));
+    m = _mm256_blendv_epi8(m, _mm256_set1_epi32(0x7FFFFF00), clip);
+    const __m256i sign = _mm256_srai_epi32(b, 31);
+    return _mm256_sub_epi32(_mm256_xor_si256(m, sign), sign);
 }
-
-// Masks every floating-point exception for its lifetime and then puts the control and
-// status register back as it was, so the conversions above neither trap in a host that
-// unmasks exceptions nor leave status flags behind.
-class ExceptionsMasked {
-public:
-    PV_AVX2 ExceptionsMasked()
-        : m_saved(_mm_getcsr())
-    {
-        _mm_setcsr(m_saved | 0x1F80u);
-    }
-    PV_AVX2 ~ExceptionsMasked() { _mm_setcsr(m_saved); }
-    ExceptionsMasked(const ExceptionsMasked&) = delete;
-    ExceptionsMasked& operator=(const ExceptionsMasked&) = delete;
-
-private:
-    unsigned m_saved;
-};
 
 PV_AVX2 __m256i load8(const int32_t* p)
 {
@@ -164,7 +145,6 @@ PV_AVX2_FN void writeInt(void* out, int32_t* l, int32_t n, int32_t* r, tConvertF
 {
     auto* o = static_cast<unsigned char*>(out);
     int32_t i = 0;
-    const ExceptionsMasked masked;
     if (!r) {
         for (; i + 8 <= n; i += 8)
             F::emit(o + F::bytes * i, bitsToInt(load8(l + i)));
@@ -251,7 +231,6 @@ PV_AVX2_FN void floatTo16Interleaved2(void* out, int32_t* l, int32_t n, int32_t*
 {
     auto* o = static_cast<int16_t*>(out);
     int32_t i = 0;
-    const ExceptionsMasked masked;
     for (; i + 8 <= n; i += 8) {
         // The new sample goes into the low half of each 32-bit frame; the other
         // channel's slot keeps its bits.
