@@ -24,14 +24,21 @@ const Kernels& P = kPortableKernels;
 
 // |x| * 2^31 truncated toward zero is the bit rule's value for |x| < 1, so the
 // conversion instruction does the shifting; everything else (|x| >= 1, infinities and
-// NaNs, all of which convert to 0x80000000) takes the clip level of its sign. The
-// floating-point steps suppress exceptions, so a host that unmasks them never traps.
-PV_AVX512 __m512i bitsToInt(__m512i b)
+// NaNs) converts to 0x80000000. The floating-point steps suppress exceptions, so a host
+// that unmasks them never traps.
+PV_AVX512 __m512i truncated(__m512i b)
 {
     constexpr int kNoExceptions = _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC;
     const __m512 x
         = _mm512_mul_round_ps(_mm512_castsi512_ps(b), _mm512_set1_ps(2147483648.0f), kNoExceptions);
-    const __m512i m = _mm512_cvtt_roundps_epi32(x, _MM_FROUND_NO_EXC);
+    return _mm512_cvtt_roundps_epi32(x, _MM_FROUND_NO_EXC);
+}
+
+// The float-to-integer bit rule on 16 floats: the truncated value, with the inputs
+// that came out as 0x80000000 taking the clip level of their sign.
+PV_AVX512 __m512i bitsToInt(__m512i b)
+{
+    const __m512i m = truncated(b);
     // 0x80000100 for negative inputs, 0x7FFFFF00 for positive ones (select by sign).
     const __m512i clip = _mm512_ternarylogic_epi32(
         _mm512_srai_epi32(b, 31), _mm512_set1_epi32(int(0x80000100u)), _mm512_set1_epi32(0x7FFFFF00), 0xCA);
@@ -88,40 +95,51 @@ struct W32Swap {
     static constexpr int bytes = 4;
     PV_AVX512 static void emit(unsigned char* o, __m512i v) { store16(o, bswap32(v)); }
 };
-// The high 16 bits of each intermediate of `a` then `b`, thirty-two samples in order,
-// with one two-source permute instead of a shift and a narrowing per vector.
-PV_AVX512 __m512i highHalves(__m512i a, __m512i b)
+// 16-bit output, thirty-two samples of `a` and `b` per step. The high half of the
+// truncated value is the sample for every input but a positive one that clips: the
+// negative clip level 0x80000100 and the conversion's 0x80000000 share the high half
+// 0x8000, so only positive inputs that read 0x8000 become 0x7FFF. `pick` takes the odd
+// (high) 16-bit words of the two vectors in output order, from the converted values
+// and, for the signs, from the inputs.
+template <bool Swapped> PV_AVX512 void emit16(unsigned char* o, __m512i a, __m512i b, __m512i pick)
 {
-    const __m512i odd = _mm512_setr_epi32(0x00030001, 0x00070005, 0x000B0009, 0x000F000D, 0x00130011,
-        0x00170015, 0x001B0019, 0x001F001D, 0x00230021, 0x00270025, 0x002B0029, 0x002F002D, 0x00330031,
-        0x00370035, 0x003B0039, 0x003F003D);
-    return _mm512_permutex2var_epi16(a, odd, b);
+    __m512i high = _mm512_permutex2var_epi16(truncated(a), pick, truncated(b));
+    const __mmask32 positive
+        = _mm512_cmpge_epi16_mask(_mm512_permutex2var_epi16(a, pick, b), _mm512_setzero_si512());
+    const __mmask32 clipped = _mm512_mask_cmpeq_epi16_mask(positive, high, _mm512_set1_epi16(-32768));
+    high = _mm512_mask_mov_epi16(high, clipped, _mm512_set1_epi16(0x7FFF));
+    if constexpr (Swapped)
+        high = _mm512_shuffle_epi8(high,
+            _mm512_broadcast_i32x4(_mm_setr_epi8(1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14)));
+    store16(o, high);
 }
 
-struct W16 {
-    static constexpr int bytes = 2;
-    PV_AVX512 static void emit(unsigned char* o, __m512i v)
-    {
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(o), _mm512_cvtepi32_epi16(_mm512_srai_epi32(v, 16)));
+template <bool Swapped>
+PV_AVX512_FN void writeInt16(void* out, int32_t* l, int32_t n, int32_t* r, tConvertFloatToN tail)
+{
+    auto* o = static_cast<unsigned char*>(out);
+    int32_t i = 0;
+    if (!r) {
+        // Odd words of `a`, then of `b`.
+        const __m512i pick = _mm512_setr_epi32(0x00030001, 0x00070005, 0x000B0009, 0x000F000D, 0x00130011,
+            0x00170015, 0x001B0019, 0x001F001D, 0x00230021, 0x00270025, 0x002B0029, 0x002F002D, 0x00330031,
+            0x00370035, 0x003B0039, 0x003F003D);
+        for (; i + 32 <= n; i += 32)
+            emit16<Swapped>(o + 2 * i, load16(l + i), load16(l + i + 16), pick);
+        if (i < n)
+            tail(o + 2 * i, l + i, n - i, nullptr);
+    } else {
+        // Odd words of `a` and `b` alternately: left, right, left, ...
+        const __m512i pick = _mm512_setr_epi32(0x00210001, 0x00230003, 0x00250005, 0x00270007, 0x00290009,
+            0x002B000B, 0x002D000D, 0x002F000F, 0x00310011, 0x00330013, 0x00350015, 0x00370017, 0x00390019,
+            0x003B001B, 0x003D001D, 0x003F001F);
+        for (; i + 16 <= n; i += 16)
+            emit16<Swapped>(o + 4 * i, load16(l + i), load16(r + i), pick);
+        if (i < n)
+            tail(o + 4 * i, l + i, n - i, r + i);
     }
-    PV_AVX512 static void emit2(unsigned char* o, __m512i a, __m512i b) { store16(o, highHalves(a, b)); }
-};
-struct W16Swap {
-    static constexpr int bytes = 2;
-    PV_AVX512 static void emit(unsigned char* o, __m512i v)
-    {
-        const __m256i mask = _mm256_setr_epi8(1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14, 1, 0, 3,
-            2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14);
-        const __m256i s = _mm512_cvtepi32_epi16(_mm512_srai_epi32(v, 16));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(o), _mm256_shuffle_epi8(s, mask));
-    }
-    PV_AVX512 static void emit2(unsigned char* o, __m512i a, __m512i b)
-    {
-        const __m512i mask
-            = _mm512_broadcast_i32x4(_mm_setr_epi8(1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14));
-        store16(o, _mm512_shuffle_epi8(highHalves(a, b), mask));
-    }
-};
+}
+
 struct W8 {
     static constexpr int bytes = 1;
     PV_AVX512 static void emit(unsigned char* o, __m512i v)
@@ -148,10 +166,6 @@ PV_AVX512_FN void writeInt(void* out, int32_t* l, int32_t n, int32_t* r, tConver
     auto* o = static_cast<unsigned char*>(out);
     int32_t i = 0;
     if (!r) {
-        if constexpr (requires { F::emit2; }) {
-            for (; i + 32 <= n; i += 32)
-                F::emit2(o + F::bytes * i, bitsToInt(load16(l + i)), bitsToInt(load16(l + i + 16)));
-        }
         for (; i + 16 <= n; i += 16)
             F::emit(o + F::bytes * i, bitsToInt(load16(l + i)));
         if (i < n)
@@ -160,12 +174,8 @@ PV_AVX512_FN void writeInt(void* out, int32_t* l, int32_t n, int32_t* r, tConver
         for (; i + 16 <= n; i += 16) {
             __m512i a, b;
             interleave(bitsToInt(load16(l + i)), bitsToInt(load16(r + i)), a, b);
-            if constexpr (requires { F::emit2; }) {
-                F::emit2(o + 2 * F::bytes * i, a, b);
-            } else {
-                F::emit(o + 2 * F::bytes * i, a);
-                F::emit(o + 2 * F::bytes * i + 16 * F::bytes, b);
-            }
+            F::emit(o + 2 * F::bytes * i, a);
+            F::emit(o + 2 * F::bytes * i + 16 * F::bytes, b);
         }
         if (i < n)
             tail(o + 2 * F::bytes * i, l + i, n - i, r + i);
@@ -182,7 +192,7 @@ PV_AVX512_FN void floatTo24(void* o, int32_t* l, int32_t n, int32_t* r)
 }
 PV_AVX512_FN void floatTo16(void* o, int32_t* l, int32_t n, int32_t* r)
 {
-    writeInt<W16>(o, l, n, r, P.floatTo16);
+    writeInt16<false>(o, l, n, r, P.floatTo16);
 }
 PV_AVX512_FN void floatTo8(void* o, int32_t* l, int32_t n, int32_t* r)
 {
@@ -198,7 +208,7 @@ PV_AVX512_FN void floatTo24Swap(void* o, int32_t* l, int32_t n, int32_t* r)
 }
 PV_AVX512_FN void floatTo16Swap(void* o, int32_t* l, int32_t n, int32_t* r)
 {
-    writeInt<W16Swap>(o, l, n, r, P.floatTo16Swap);
+    writeInt16<true>(o, l, n, r, P.floatTo16Swap);
 }
 
 template <bool Swapped> PV_AVX512_FN void floatToFloat(void* out, int32_t* l, int32_t n, int32_t* r)
