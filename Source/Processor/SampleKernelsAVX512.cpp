@@ -95,19 +95,21 @@ struct W32Swap {
     static constexpr int bytes = 4;
     PV_AVX512 static void emit(unsigned char* o, __m512i v) { store16(o, bswap32(v)); }
 };
-// 16-bit output, thirty-two samples of `a` and `b` per step. The high half of the
-// truncated value is the sample for every input but a positive one that clips: the
-// negative clip level 0x80000100 and the conversion's 0x80000000 share the high half
-// 0x8000, so only positive inputs that read 0x8000 become 0x7FFF. `pick` takes the odd
-// (high) 16-bit words of the two vectors in output order, from the converted values
-// and, for the signs, from the inputs.
+// The intermediate for outputs of 16 bits or fewer, which keep only its high half or
+// byte. Positive inputs of 1.0 and beyond (infinity and positive NaNs too) are lowered
+// to 0.99999994 first, whose 0x7FFFFF80 has the same high half and byte as the clip
+// level 0x7FFFFF00; every negative clip case converts to 0x80000000, which shares its
+// high half and byte with 0x80000100. So no fix-up after the conversion is needed.
+PV_AVX512 __m512i narrowInt(__m512i b)
+{
+    return truncated(_mm512_min_epi32(b, _mm512_set1_epi32(0x3F7FFFFF)));
+}
+
+// 16-bit output, thirty-two samples of `a` and `b` per step: `pick` takes the odd
+// (high) 16-bit words of the two vectors in output order.
 template <bool Swapped> PV_AVX512 void emit16(unsigned char* o, __m512i a, __m512i b, __m512i pick)
 {
-    __m512i high = _mm512_permutex2var_epi16(truncated(a), pick, truncated(b));
-    const __mmask32 positive
-        = _mm512_cmpge_epi16_mask(_mm512_permutex2var_epi16(a, pick, b), _mm512_setzero_si512());
-    const __mmask32 clipped = _mm512_mask_cmpeq_epi16_mask(positive, high, _mm512_set1_epi16(-32768));
-    high = _mm512_mask_mov_epi16(high, clipped, _mm512_set1_epi16(0x7FFF));
+    __m512i high = _mm512_permutex2var_epi16(narrowInt(a), pick, narrowInt(b));
     if constexpr (Swapped)
         high = _mm512_shuffle_epi8(high,
             _mm512_broadcast_i32x4(_mm_setr_epi8(1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14)));
@@ -160,6 +162,15 @@ template <bool Swapped> struct W24 {
     }
 };
 
+// The intermediate a format needs: the full one, or the narrow form for 8-bit output.
+template <class F> PV_AVX512 __m512i toInt(__m512i b)
+{
+    if constexpr (F::bytes == 1)
+        return narrowInt(b);
+    else
+        return bitsToInt(b);
+}
+
 template <class F>
 PV_AVX512_FN void writeInt(void* out, int32_t* l, int32_t n, int32_t* r, tConvertFloatToN tail)
 {
@@ -167,13 +178,13 @@ PV_AVX512_FN void writeInt(void* out, int32_t* l, int32_t n, int32_t* r, tConver
     int32_t i = 0;
     if (!r) {
         for (; i + 16 <= n; i += 16)
-            F::emit(o + F::bytes * i, bitsToInt(load16(l + i)));
+            F::emit(o + F::bytes * i, toInt<F>(load16(l + i)));
         if (i < n)
             tail(o + F::bytes * i, l + i, n - i, nullptr);
     } else {
         for (; i + 16 <= n; i += 16) {
             __m512i a, b;
-            interleave(bitsToInt(load16(l + i)), bitsToInt(load16(r + i)), a, b);
+            interleave(toInt<F>(load16(l + i)), toInt<F>(load16(r + i)), a, b);
             F::emit(o + 2 * F::bytes * i, a);
             F::emit(o + 2 * F::bytes * i + 16 * F::bytes, b);
         }
