@@ -77,6 +77,11 @@ template <class Call> double seconds(Call call)
     return (nowSeconds() - t0) / kRepeats;
 }
 
+const char* pathLabel(PvConverterPath p)
+{
+    return p == kPvConverterAVX512 ? "avx512" : p == kPvConverterAVX2 ? "avx2" : "portable";
+}
+
 // The path under measurement: PAVO_CONVERTER_PATH when it names an available path,
 // else the processor's own.
 PvConverterPath pathUnderTest()
@@ -85,10 +90,7 @@ PvConverterPath pathUnderTest()
         const char* name = std::getenv("PAVO_CONVERTER_PATH");
         const std::string wanted = name ? name : "";
         for (PvConverterPath p : {kPvConverterPortable, kPvConverterAVX2, kPvConverterAVX512}) {
-            const char* label = p == kPvConverterAVX512 ? "avx512"
-                : p == kPvConverterAVX2                 ? "avx2"
-                                                        : "portable";
-            if (wanted == label && PvSetConverterPath(p))
+            if (wanted == pathLabel(p) && PvSetConverterPath(p))
                 return p;
         }
         return PvCurrentConverterPath();
@@ -118,7 +120,7 @@ template <class Run> void measure(benchmark::State& state, size_t outBytes, int3
     state.SetItemsProcessed(int64_t(state.iterations()) * samples);
     state.counters["x_memcpy"] = tCopy / tConv;
     state.counters["x_scalar"] = tScalar / tConv;
-    state.SetLabel(best == kPvConverterAVX512 ? "avx512" : best == kPvConverterAVX2 ? "avx2" : "portable");
+    state.SetLabel(pathLabel(best));
 }
 
 void writer(benchmark::State& state, tConvertFloatToN fn, int bytes, bool stereo)

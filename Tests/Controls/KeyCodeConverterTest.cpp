@@ -1,3 +1,4 @@
+#include "TestSupport.h"
 #include <Pavo/PavoUI.h>
 
 #include <QKeyEvent>
@@ -32,32 +33,7 @@ private:
     PvKeyboardLayoutName m_previous;
 };
 
-// Sets or clears an environment variable for one test and restores it afterwards.
-class EnvVar {
-public:
-    EnvVar(const char* name, const QByteArray& value)
-        : m_name(name)
-        , m_had(qEnvironmentVariableIsSet(name))
-        , m_old(qgetenv(name))
-    {
-        if (value.isNull())
-            qunsetenv(name);
-        else
-            qputenv(name, value);
-    }
-    ~EnvVar()
-    {
-        if (m_had)
-            qputenv(m_name, m_old);
-        else
-            qunsetenv(m_name);
-    }
-
-private:
-    const char* m_name;
-    bool m_had;
-    QByteArray m_old;
-};
+using PavoTest::EnvVar;
 
 std::shared_ptr<const PvKeyboardLayout> layout(const QString& name, const QString& variant = QString())
 {

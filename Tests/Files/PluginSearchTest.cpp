@@ -1,3 +1,4 @@
+#include "TestSupport.h"
 #include <Pavo/PavoCore.h>
 
 #include <QCoreApplication>
@@ -65,30 +66,6 @@ bool writeSidecar(const QString& path, uint16_t flags)
     return write(file.absolutePath() + QLatin1String("/._") + file.fileName(), bytes);
 }
 
-// Sets an environment variable for the life of the object.
-class EnvironmentSetting {
-public:
-    EnvironmentSetting(const char* name, const QByteArray& value)
-        : m_name(name)
-        , m_had(qEnvironmentVariableIsSet(name))
-        , m_old(qgetenv(name))
-    {
-        qputenv(name, value);
-    }
-    ~EnvironmentSetting()
-    {
-        if (m_had)
-            qputenv(m_name, m_old);
-        else
-            qunsetenv(m_name);
-    }
-
-private:
-    const char* m_name;
-    bool m_had;
-    QByteArray m_old;
-};
-
 class ApplicationName {
 public:
     explicit ApplicationName(const QString& name)
@@ -126,8 +103,8 @@ protected:
 TEST_F(PluginTree, SearchPathsInTheirFixedOrder)
 {
     ApplicationName app(QStringLiteral("Foo"));
-    EnvironmentSetting home("XDG_DATA_HOME", QFile::encodeName(at(QStringLiteral("user"))));
-    EnvironmentSetting dirs(
+    PavoTest::EnvVar home("XDG_DATA_HOME", QFile::encodeName(at(QStringLiteral("user"))));
+    PavoTest::EnvVar dirs(
         "XDG_DATA_DIRS", QFile::encodeName(at(QStringLiteral("m1")) + ":" + at(QStringLiteral("m2"))));
     const QString exe = QCoreApplication::applicationDirPath();
     const QStringList expected = {exe + QLatin1String("/Presets"), exe + QLatin1String("/plugins"),
@@ -140,8 +117,8 @@ TEST_F(PluginTree, SearchPathsInTheirFixedOrder)
 TEST_F(PluginTree, SearchFindsVisibleItemsWithTheExactExtension)
 {
     ApplicationName app(QStringLiteral("PvPluginHost"));
-    EnvironmentSetting home("XDG_DATA_HOME", QFile::encodeName(at(QStringLiteral("user"))));
-    EnvironmentSetting dirs(
+    PavoTest::EnvVar home("XDG_DATA_HOME", QFile::encodeName(at(QStringLiteral("user"))));
+    PavoTest::EnvVar dirs(
         "XDG_DATA_DIRS", QFile::encodeName(at(QStringLiteral("m1")) + ":" + at(QStringLiteral("m2"))));
     const QString user = at(QStringLiteral("user/PvPluginHost/Presets"));
     for (const char* name : {"a.preset", "B.Preset", "notes.txt", ".hidden.preset", ".dot/c.preset",
@@ -182,8 +159,8 @@ TEST_F(PluginTree, SearchFindsVisibleItemsWithTheExactExtension)
 TEST_F(PluginTree, UnreadableFoldersContributeNothing)
 {
     ApplicationName app(QStringLiteral("PvPluginHost"));
-    EnvironmentSetting home("XDG_DATA_HOME", QFile::encodeName(at(QStringLiteral("user"))));
-    EnvironmentSetting dirs("XDG_DATA_DIRS", QFile::encodeName(at(QStringLiteral("none"))));
+    PavoTest::EnvVar home("XDG_DATA_HOME", QFile::encodeName(at(QStringLiteral("user"))));
+    PavoTest::EnvVar dirs("XDG_DATA_DIRS", QFile::encodeName(at(QStringLiteral("none"))));
     const QString user = at(QStringLiteral("user/PvPluginHost/Presets"));
     ASSERT_TRUE(write(user + QLatin1String("/open.preset")));
     ASSERT_TRUE(write(user + QLatin1String("/locked/inside.preset")));

@@ -3,6 +3,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QtGlobal>
 
 namespace PavoTest {
 
@@ -32,6 +33,36 @@ private:
     int m_captureFd = -1;
     QByteArray m_text;
     bool m_done = false;
+};
+
+/// Sets an environment variable (or clears it, for a null value) for the life of the
+/// object, then restores what was there before.
+class EnvVar {
+public:
+    EnvVar(const char* name, const QByteArray& value)
+        : m_name(name)
+        , m_had(qEnvironmentVariableIsSet(name))
+        , m_old(qgetenv(name))
+    {
+        if (value.isNull())
+            qunsetenv(name);
+        else
+            qputenv(name, value);
+    }
+    ~EnvVar()
+    {
+        if (m_had)
+            qputenv(m_name, m_old);
+        else
+            qunsetenv(m_name);
+    }
+    EnvVar(const EnvVar&) = delete;
+    EnvVar& operator=(const EnvVar&) = delete;
+
+private:
+    const char* m_name;
+    bool m_had;
+    QByteArray m_old;
 };
 
 } // namespace PavoTest
