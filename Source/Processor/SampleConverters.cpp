@@ -19,7 +19,8 @@ bool cpuHas(PvConverterPath path)
     case kPvConverterAVX2:
         return __builtin_cpu_supports("avx2");
     case kPvConverterAVX512:
-        return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw");
+        return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw")
+            && __builtin_cpu_supports("avx512vl");
     }
     return false;
 #else

@@ -138,7 +138,7 @@ void ConvertNothing(void* out, int32_t* leftIn, int32_t frames, int32_t* rightIn
 enum PvConverterPath : int {
     kPvConverterPortable = 0, ///< plain C++, every processor
     kPvConverterAVX2 = 1, ///< x86-64 with AVX2
-    kPvConverterAVX512 = 2, ///< x86-64 with AVX-512 F and BW
+    kPvConverterAVX512 = 2, ///< x86-64 with AVX-512 F, BW and VL
 };
 
 /// Returns true when this processor can run `path`.

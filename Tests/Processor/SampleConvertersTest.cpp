@@ -307,6 +307,44 @@ TEST(SampleWriters, NarrowInPlace)
     });
 }
 
+// Vector paths split a block into a masked head, whole groups and a masked tail placed
+// by the output's address: every offset within a cache line and lengths around the
+// group sizes give the reference bytes, and nothing before or after the block changes.
+TEST(SampleWriters, EveryOutputAlignmentAndLength)
+{
+    const std::vector<uint32_t> patterns = densePatterns();
+    const int32_t lengths[] = {1, 2, 15, 16, 17, 31, 33, 63, 64, 65, 100, 127, 128, 129, 191, 193, 250};
+    onEveryPath([&](PvConverterPath) {
+        for (const WriterCase& w : kIntWriters) {
+            SCOPED_TRACE(w.name);
+            for (int32_t n : lengths) {
+                // Clip cases (every exponent) at some lengths, in-range audio at others.
+                const size_t from = size_t(n % 3 == 0 ? 40 * n : 20000 + 97 * n);
+                std::vector<uint32_t> l(patterns.begin() + long(from), patterns.begin() + long(from) + n);
+                std::vector<uint32_t> r(
+                    patterns.begin() + long(from) + 5000, patterns.begin() + long(from) + 5000 + n);
+                for (int channels = 1; channels <= (w.stereo ? 2 : 1); ++channels) {
+                    std::vector<uint8_t> want;
+                    for (int32_t i = 0; i < n; ++i) {
+                        refStore(want, refSample(l[size_t(i)], w.bytes), w.bytes, w.bigEndian);
+                        if (channels == 2)
+                            refStore(want, refSample(r[size_t(i)], w.bytes), w.bytes, w.bigEndian);
+                    }
+                    for (size_t offset = 0; offset < 64; ++offset) {
+                        std::vector<uint8_t> out(offset + want.size() + 64, 0xA5);
+                        w.fn(out.data() + offset, reinterpret_cast<int32_t*>(l.data()), n,
+                            channels == 2 ? reinterpret_cast<int32_t*>(r.data()) : nullptr);
+                        std::vector<uint8_t> expected(out.size(), 0xA5);
+                        std::copy(want.begin(), want.end(), expected.begin() + long(offset));
+                        ASSERT_TRUE(out == expected)
+                            << "length " << n << ", channels " << channels << ", offset " << offset;
+                    }
+                }
+            }
+        }
+    });
+}
+
 // ---- readers ------------------------------------------------------------------------
 
 namespace {
@@ -408,6 +446,63 @@ TEST(SampleReaders, EveryNarrowSampleMonoStereoAndInPlace)
             }
         });
     }
+}
+
+// The same for readers: float outputs at every 4-byte offset within a cache line.
+TEST(SampleReaders, EveryOutputAlignmentAndLength)
+{
+    struct Case {
+        const char* name;
+        tConvertNToFloat fn;
+        int bytes;
+        bool bigEndian, offsetBinary, stereo;
+    };
+    const Case cases[] = {
+        {"Convert32ToFloat", Convert32ToFloat, 4, false, false, false},
+        {"Convert32SwapToFloat", Convert32SwapToFloat, 4, true, false, false},
+        {"Convert24ToFloat", Convert24ToFloat, 3, false, false, true},
+        {"Convert24SwapToFloat", Convert24SwapToFloat, 3, true, false, true},
+        {"Convert16ToFloat", Convert16ToFloat, 2, false, false, true},
+        {"Convert16SwapToFloat", Convert16SwapToFloat, 2, true, false, true},
+        {"Convert8ToFloat", Convert8ToFloat, 1, false, false, true},
+        {"Convert8SwapToFloat", Convert8SwapToFloat, 1, true, true, true},
+    };
+    const int32_t lengths[] = {1, 2, 15, 16, 17, 31, 33, 63, 64, 65, 100, 127, 128, 129, 250};
+    std::mt19937 rng(99);
+    onEveryPath([&](PvConverterPath) {
+        for (const Case& c : cases) {
+            SCOPED_TRACE(c.name);
+            for (int32_t n : lengths) {
+                for (int channels = 1; channels <= (c.stereo ? 2 : 1); ++channels) {
+                    const size_t samples = size_t(n) * size_t(channels);
+                    std::vector<uint8_t> bytes;
+                    std::vector<uint32_t> want;
+                    for (size_t i = 0; i < samples; ++i) {
+                        const int32_t raw = int32_t(rng());
+                        refStore(bytes, raw, c.bytes, c.bigEndian);
+                        const int bits = 8 * c.bytes;
+                        const int64_t value = c.offsetBinary
+                            ? int64_t(raw & 0xFF) - 128
+                            : int64_t(int32_t(uint32_t(raw) << (32 - bits)) >> (32 - bits));
+                        want.push_back(refFloatBits(value, bits));
+                    }
+                    for (size_t offset = 0; offset < 16; ++offset) {
+                        std::vector<int32_t> left(offset + size_t(n) + 16, 0x33333333), right(left);
+                        c.fn(left.data() + offset, bytes.data(), n,
+                            channels == 2 ? right.data() + offset : nullptr);
+                        std::vector<int32_t> wantL(left.size(), 0x33333333), wantR(left.size(), 0x33333333);
+                        for (size_t i = 0; i < size_t(n); ++i) {
+                            wantL[offset + i] = int32_t(want[i * size_t(channels)]);
+                            if (channels == 2)
+                                wantR[offset + i] = int32_t(want[2 * i + 1]);
+                        }
+                        ASSERT_TRUE(left == wantL && right == wantR)
+                            << "length " << n << ", channels " << channels << ", offset " << offset;
+                    }
+                }
+            }
+        }
+    });
 }
 
 TEST(SampleReaders, WideAndFloatReaders)
