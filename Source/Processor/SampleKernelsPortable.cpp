@@ -10,18 +10,32 @@ inline uint32_t word(const int32_t* p, int32_t i)
     return uint32_t(p[i]);
 }
 
+// Sample bytes may sit at any address: 16-bit words go through memcpy as 32-bit ones do.
+inline void store16(void* p, int32_t v)
+{
+    const auto w = static_cast<uint16_t>(uint32_t(v));
+    std::memcpy(p, &w, 2);
+}
+
+inline int32_t load16top(const void* p)
+{
+    uint16_t w;
+    std::memcpy(&w, p, 2);
+    return int32_t(uint32_t(w) << 16);
+}
+
 // ---- writers: all walk forward so that a block can be narrowed in place --------
 
 void floatTo32(void* out, int32_t* l, int32_t n, int32_t* r)
 {
-    auto* o = static_cast<int32_t*>(out);
+    auto* o = static_cast<unsigned char*>(out);
     if (!r) {
         for (int32_t i = 0; i < n; ++i)
-            o[i] = floatBitsToInt(word(l, i));
+            store32(o + 4 * i, uint32_t(floatBitsToInt(word(l, i))));
     } else {
         for (int32_t i = 0; i < n; ++i) {
-            o[2 * i] = floatBitsToInt(word(l, i));
-            o[2 * i + 1] = floatBitsToInt(word(r, i));
+            store32(o + 8 * i, uint32_t(floatBitsToInt(word(l, i))));
+            store32(o + 8 * i + 4, uint32_t(floatBitsToInt(word(r, i))));
         }
     }
 }
@@ -56,14 +70,14 @@ void floatTo24(void* out, int32_t* l, int32_t n, int32_t* r)
 
 void floatTo16(void* out, int32_t* l, int32_t n, int32_t* r)
 {
-    auto* o = static_cast<int16_t*>(out);
+    auto* o = static_cast<unsigned char*>(out);
     if (!r) {
         for (int32_t i = 0; i < n; ++i)
-            o[i] = int16_t(floatBitsToInt(word(l, i)) >> 16);
+            store16(o + 2 * i, floatBitsToInt(word(l, i)) >> 16);
     } else {
         for (int32_t i = 0; i < n; ++i) {
-            o[2 * i] = int16_t(floatBitsToInt(word(l, i)) >> 16);
-            o[2 * i + 1] = int16_t(floatBitsToInt(word(r, i)) >> 16);
+            store16(o + 4 * i, floatBitsToInt(word(l, i)) >> 16);
+            store16(o + 4 * i + 2, floatBitsToInt(word(r, i)) >> 16);
         }
     }
 }
@@ -104,13 +118,13 @@ template <int Bytes> void floatToSwapped(void* out, int32_t* l, int32_t n, int32
 
 void floatToFloatFile(void* out, int32_t* l, int32_t n, int32_t* r)
 {
-    auto* o = static_cast<int32_t*>(out);
+    auto* o = static_cast<unsigned char*>(out);
     if (!r) {
         std::memmove(o, l, size_t(n) * 4);
     } else {
         for (int32_t i = 0; i < n; ++i) {
-            o[2 * i] = l[i];
-            o[2 * i + 1] = r[i];
+            store32(o + 8 * i, word(l, i));
+            store32(o + 8 * i + 4, word(r, i));
         }
     }
 }
@@ -142,9 +156,9 @@ void floatToDouble(void* out, int32_t* l, int32_t n, int32_t*)
 
 void floatTo16Interleaved2(void* out, int32_t* l, int32_t n, int32_t*)
 {
-    auto* o = static_cast<int16_t*>(out);
+    auto* o = static_cast<unsigned char*>(out);
     for (int32_t i = 0; i < n; ++i)
-        o[2 * i] = int16_t(floatBitsToInt(word(l, i)) >> 16);
+        store16(o + 4 * i, floatBitsToInt(word(l, i)) >> 16);
 }
 
 // ---- readers ------------------------------------------------------------------
@@ -175,15 +189,17 @@ inline void readBackward(int32_t* l, const Sample* in, int32_t n, int32_t* r, To
 
 void from32(int32_t* l, void* in, int32_t n, int32_t*)
 {
-    const auto* s = static_cast<const int32_t*>(in);
+    const auto* s = static_cast<const unsigned char*>(in);
     for (int32_t i = n - 1; i >= 0; --i)
-        l[i] = toFloat(s[i]);
+        l[i] = toFloat(int32_t(load32(s + 4 * i)));
 }
 
 void from16(int32_t* l, void* in, int32_t n, int32_t* r)
 {
-    readBackward(l, static_cast<const int16_t*>(in), n, r,
-        [](const int16_t* p) { return int32_t(uint32_t(uint16_t(*p)) << 16); });
+    struct Half {
+        unsigned char b[2];
+    };
+    readBackward(l, static_cast<const Half*>(in), n, r, [](const Half* p) { return load16top(p); });
 }
 
 void from8(int32_t* l, void* in, int32_t n, int32_t* r)
@@ -253,13 +269,13 @@ void from32Swap(int32_t* l, void* in, int32_t n, int32_t*)
 
 void fromFloatFile(int32_t* l, void* in, int32_t n, int32_t* r)
 {
-    const auto* s = static_cast<const int32_t*>(in);
+    const auto* s = static_cast<const unsigned char*>(in);
     if (!r) {
         std::memmove(l, s, size_t(n) * 4);
     } else {
         for (int32_t i = 0; i < n; ++i) {
-            l[i] = s[2 * i];
-            r[i] = s[2 * i + 1];
+            l[i] = int32_t(load32(s + 8 * i));
+            r[i] = int32_t(load32(s + 8 * i + 4));
         }
     }
 }
@@ -291,9 +307,9 @@ void fromDouble(int32_t* l, void* in, int32_t n, int32_t*)
 
 void from16Interleaved2(int32_t* l, void* in, int32_t n, int32_t*)
 {
-    const auto* s = static_cast<const int16_t*>(in);
+    const auto* s = static_cast<const unsigned char*>(in);
     for (int32_t i = 0; i < n; ++i)
-        l[i] = toFloat(int32_t(uint32_t(uint16_t(s[2 * i])) << 16));
+        l[i] = toFloat(load16top(s + 4 * i));
 }
 
 } // namespace

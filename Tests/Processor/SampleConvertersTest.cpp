@@ -448,7 +448,8 @@ TEST(SampleReaders, EveryNarrowSampleMonoStereoAndInPlace)
     }
 }
 
-// The same for readers: float outputs at every 4-byte offset within a cache line.
+// The same for readers: float outputs at every 4-byte offset within a cache line, and
+// sample bytes at every offset within a word.
 TEST(SampleReaders, EveryOutputAlignmentAndLength)
 {
     struct Case {
@@ -488,7 +489,10 @@ TEST(SampleReaders, EveryOutputAlignmentAndLength)
                     }
                     for (size_t offset = 0; offset < 16; ++offset) {
                         std::vector<int32_t> left(offset + size_t(n) + 16, 0x33333333), right(left);
-                        c.fn(left.data() + offset, bytes.data(), n,
+                        // Sample bytes at any address too.
+                        std::vector<uint8_t> shifted(offset % 4, 0);
+                        shifted.insert(shifted.end(), bytes.begin(), bytes.end());
+                        c.fn(left.data() + offset, shifted.data() + offset % 4, n,
                             channels == 2 ? right.data() + offset : nullptr);
                         std::vector<int32_t> wantL(left.size(), 0x33333333), wantR(left.size(), 0x33333333);
                         for (size_t i = 0; i < size_t(n); ++i) {
