@@ -12,8 +12,12 @@
 
 #include <immintrin.h>
 
+#include <bit>
+
 #define PV_AVX2 __attribute__((target("avx2"), always_inline)) inline
 #define PV_AVX2_FN __attribute__((target("avx2")))
+// Loops over the four vectors of a group, written out so they stay in registers.
+#define PV_UNROLL4 _Pragma("GCC unroll 4")
 
 namespace PvSample {
 namespace {
@@ -34,6 +38,62 @@ PV_AVX2 __m256i bitsToInt(__m256i b)
     m = _mm256_blendv_epi8(m, _mm256_set1_epi32(0x7FFFFF00), clip);
     const __m256i sign = _mm256_srai_epi32(b, 31);
     return _mm256_sub_epi32(_mm256_xor_si256(m, sign), sign);
+}
+
+// The conversion instruction does the bit rule's shifting for |x| < 1: |x| * 2^31
+// truncated toward zero. AVX2 has no way to suppress its exceptions per instruction,
+// so every writer that converts runs under a QuietMxcsr: all exceptions masked while it
+// works, and the caller's control and status register put back exactly afterwards, so
+// neither a trap nor a status flag (inexact, invalid) reaches the caller.
+class QuietMxcsr {
+public:
+    QuietMxcsr()
+        : m_saved(_mm_getcsr())
+    {
+        _mm_setcsr(m_saved | 0x1F80u);
+    }
+    ~QuietMxcsr() { _mm_setcsr(m_saved); }
+    QuietMxcsr(const QuietMxcsr&) = delete;
+    QuietMxcsr& operator=(const QuietMxcsr&) = delete;
+
+private:
+    unsigned m_saved;
+};
+
+// |x| * 2^31 truncated, with the sign; 0x80000000 for |x| >= 1 (counting -1.0),
+// infinities and NaNs, and for nothing else.
+PV_AVX2 __m256i truncated(__m256i b)
+{
+    return _mm256_cvttps_epi32(_mm256_mul_ps(_mm256_castsi256_ps(b), _mm256_set1_ps(2147483648.0f)));
+}
+
+// The bit rule on four vectors: the conversion, and the integer rule instead only for
+// a group where one minimum of the four shows a clip (rare in audio).
+PV_AVX2 void bitsToInt4(__m256i v[4])
+{
+    __m256i m[4];
+    PV_UNROLL4
+    for (int k = 0; k < 4; ++k)
+        m[k] = truncated(v[k]);
+    const __m256i low = _mm256_min_epi32(_mm256_min_epi32(m[0], m[1]), _mm256_min_epi32(m[2], m[3]));
+    if (_mm256_movemask_epi8(_mm256_cmpeq_epi32(low, _mm256_set1_epi32(int(0x80000000u))))) [[unlikely]] {
+        PV_UNROLL4
+        for (int k = 0; k < 4; ++k)
+            v[k] = bitsToInt(v[k]);
+    } else {
+        PV_UNROLL4
+        for (int k = 0; k < 4; ++k)
+            v[k] = m[k];
+    }
+}
+
+// The intermediate for outputs of 16 bits or fewer, which keep only its high half or
+// byte: positive inputs from 1.0 up (and positive NaNs) are lowered to 0.99999994,
+// whose 0x7FFFFF80 shares them with the clip level 0x7FFFFF00, and negative clips
+// convert to 0x80000000, which shares them with 0x80000100. No fix-up is needed.
+PV_AVX2 __m256i narrowInt(__m256i b)
+{
+    return truncated(_mm256_min_epi32(b, _mm256_set1_epi32(0x3F7FFFFF)));
 }
 
 PV_AVX2 __m256i load8(const int32_t* p)
@@ -140,26 +200,62 @@ template <bool Swapped> struct W24 {
     }
 };
 
-template <class F>
-PV_AVX2_FN void writeInt(void* out, int32_t* l, int32_t n, int32_t* r, tConvertFloatToN tail)
+// Frames from `p` to the next 32-byte boundary for frames of `frameBytes` (1, 2, 3, 4,
+// 6 or 8) bytes; 0 when no whole number of frames lands on one.
+inline int32_t framesToBoundary(const void* p, int32_t frameBytes)
 {
+    const uint32_t gap = (0u - uint32_t(reinterpret_cast<uintptr_t>(p))) & 31u;
+    const int shift = std::countr_zero(uint32_t(frameBytes));
+    if (gap & ((1u << shift) - 1u))
+        return 0;
+    const uint32_t inverse = (frameBytes >> shift) == 3 ? 11u : 1u; // 3 * 11 = 1 modulo 32
+    return int32_t(((gap >> shift) * inverse) & (31u >> shift));
+}
+
+// Groups of 32 output samples (32 mono frames, or 16 stereo frames interleaved) whose
+// stores start on 32-byte boundaries where the output allows; the frames before the
+// first group and after the last go through the portable kernel.
+template <class F>
+PV_AVX2_FN void writeInt(void* out, int32_t* l, int32_t n, int32_t* r, tConvertFloatToN ends)
+{
+    const QuietMxcsr quiet;
     auto* o = static_cast<unsigned char*>(out);
-    int32_t i = 0;
-    if (!r) {
-        for (; i + 8 <= n; i += 8)
-            F::emit(o + F::bytes * i, bitsToInt(load8(l + i)));
-        if (i < n)
-            tail(o + F::bytes * i, l + i, n - i, nullptr);
-    } else {
-        for (; i + 8 <= n; i += 8) {
-            __m256i a, b;
-            interleave(bitsToInt(load8(l + i)), bitsToInt(load8(r + i)), a, b);
-            F::emit(o + 2 * F::bytes * i, a);
-            F::emit(o + 2 * F::bytes * i + 8 * F::bytes, b);
+    const int32_t channels = r ? 2 : 1;
+    const int32_t frameBytes = channels * F::bytes;
+    const int32_t group = 32 / channels;
+    int32_t i = n >= 128 ? framesToBoundary(o, frameBytes) : 0;
+    if (i > 0)
+        ends(o, l, i, r);
+    for (; i + group <= n; i += group) {
+        __m256i v[4];
+        if (!r) {
+            PV_UNROLL4
+            for (int k = 0; k < 4; ++k)
+                v[k] = load8(l + i + 8 * k);
+        } else {
+            v[0] = load8(l + i);
+            v[1] = load8(r + i);
+            v[2] = load8(l + i + 8);
+            v[3] = load8(r + i + 8);
         }
-        if (i < n)
-            tail(o + 2 * F::bytes * i, l + i, n - i, r + i);
+        if constexpr (F::bytes <= 2) {
+            PV_UNROLL4
+            for (int k = 0; k < 4; ++k)
+                v[k] = narrowInt(v[k]);
+        } else {
+            bitsToInt4(v);
+        }
+        if (r) {
+            const __m256i l0 = v[0], r0 = v[1], l1 = v[2], r1 = v[3];
+            interleave(l0, r0, v[0], v[1]);
+            interleave(l1, r1, v[2], v[3]);
+        }
+        PV_UNROLL4
+        for (int k = 0; k < 4; ++k)
+            F::emit(o + frameBytes * i + 8 * F::bytes * k, v[k]);
     }
+    if (i < n)
+        ends(o + frameBytes * i, l + i, n - i, r ? r + i : nullptr);
 }
 
 PV_AVX2_FN void floatTo32(void* o, int32_t* l, int32_t n, int32_t* r)
