@@ -7,10 +7,21 @@
 //   x_memcpy     memcpy time / converter time (1.0 = as fast as copying the output)
 //   x_scalar     portable-path time / converter time
 // PAVO_CONVERTER_PATH=avx2 (or avx512, portable) measures that path instead of the one
-// the processor would get.
+// the processor would get. The bound/BoundTo* rows time stripped-down AVX-512 writers
+// (see there) against memcpy in the same way.
 #include <Pavo/PavoCore.h>
 
 #include <benchmark/benchmark.h>
+
+#if defined(__x86_64__)
+// GCC 12 reports the deliberately undefined pass-through operands inside its own
+// AVX-512 intrinsics as uninitialised.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wuninitialized"
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
+#include <immintrin.h>
+#endif
 
 #include <cstdlib>
 #include <cstring>
@@ -142,6 +153,98 @@ void reader(benchmark::State& state, tConvertNToFloat fn, bool stereo)
         benchmark::DoNotOptimize(b.words.data());
     });
 }
+
+#if defined(__x86_64__)
+// Bounds: the least an AVX-512 writer of each width does, with no clip rule and no byte
+// order: scale by 2^31, truncate, keep the top bytes of each word and store. They also
+// skip up to 63 samples so that every store is aligned, and 3-byte words are packed as
+// the writers pack them. No correct writer can beat its row, so these rows show how far
+// the memcpy ratio can go on this processor.
+#define PV_BOUND __attribute__((target("avx512f,avx512bw")))
+
+PV_BOUND inline __m512i boundConvert(const int32_t* p)
+{
+    return _mm512_cvttps_epi32(
+        _mm512_mul_ps(_mm512_loadu_ps(reinterpret_cast<const float*>(p)), _mm512_set1_ps(2147483648.0f)));
+}
+
+// Samples to skip so that output at `o` with `bytes` per sample reaches a 64-byte boundary.
+int32_t boundSkip(const unsigned char* o, int bytes)
+{
+    int32_t k = 0;
+    while ((reinterpret_cast<uintptr_t>(o) + uintptr_t(bytes * k)) % 64 != 0)
+        ++k;
+    return k;
+}
+
+PV_BOUND void bound32(unsigned char* o, const int32_t* f)
+{
+    const int32_t k = boundSkip(o, 4);
+    o += 4 * k;
+    f += k;
+    for (int32_t i = 0; i + 16 <= kSamples - 64; i += 16)
+        _mm512_storeu_si512(o + 4 * i, boundConvert(f + i));
+}
+
+PV_BOUND void bound24(unsigned char* o, const int32_t* f)
+{
+    const __m512i lane
+        = _mm512_broadcast_i32x4(_mm_setr_epi8(1, 2, 3, 5, 6, 7, 9, 10, 11, 13, 14, 15, -1, -1, -1, -1));
+    const __m512i i0 = _mm512_setr_epi32(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 16, 17, 18, 20);
+    const __m512i i1 = _mm512_setr_epi32(5, 6, 8, 9, 10, 12, 13, 14, 16, 17, 18, 20, 21, 22, 24, 25);
+    const __m512i i2 = _mm512_setr_epi32(10, 12, 13, 14, 16, 17, 18, 20, 21, 22, 24, 25, 26, 28, 29, 30);
+    const int32_t k = boundSkip(o, 3);
+    o += 3 * k;
+    f += k;
+    for (int32_t i = 0; i + 64 <= kSamples - 64; i += 64) {
+        const __m512i a = _mm512_shuffle_epi8(boundConvert(f + i), lane);
+        const __m512i b = _mm512_shuffle_epi8(boundConvert(f + i + 16), lane);
+        const __m512i c = _mm512_shuffle_epi8(boundConvert(f + i + 32), lane);
+        const __m512i d = _mm512_shuffle_epi8(boundConvert(f + i + 48), lane);
+        _mm512_storeu_si512(o + 3 * i, _mm512_permutex2var_epi32(a, i0, b));
+        _mm512_storeu_si512(o + 3 * i + 64, _mm512_permutex2var_epi32(b, i1, c));
+        _mm512_storeu_si512(o + 3 * i + 128, _mm512_permutex2var_epi32(c, i2, d));
+    }
+}
+
+PV_BOUND void bound16(unsigned char* o, const int32_t* f)
+{
+    const __m512i pick = _mm512_setr_epi32(0x00030001, 0x00070005, 0x000B0009, 0x000F000D, 0x00130011,
+        0x00170015, 0x001B0019, 0x001F001D, 0x00230021, 0x00270025, 0x002B0029, 0x002F002D, 0x00330031,
+        0x00370035, 0x003B0039, 0x003F003D);
+    for (int32_t i = 0; i < kSamples; i += 32)
+        _mm512_storeu_si512(
+            o + 2 * i, _mm512_permutex2var_epi16(boundConvert(f + i), pick, boundConvert(f + i + 16)));
+}
+
+void bound(benchmark::State& state, void (*fn)(unsigned char*, const int32_t*), int bytes)
+{
+    if (!__builtin_cpu_supports("avx512f") || !__builtin_cpu_supports("avx512bw")) {
+        state.SkipWithError("needs AVX-512");
+        return;
+    }
+    Buffers& b = buffers();
+    double tRun = 0, tCopy = 0;
+    for (auto _ : state) {
+        const double t = seconds([&] {
+            fn(b.bytesOut.data(), b.floats.data());
+            benchmark::DoNotOptimize(b.bytesOut.data());
+        });
+        tRun += t;
+        state.SetIterationTime(t);
+        tCopy += seconds([&] {
+            std::memcpy(b.bytesOut.data(), b.bytes.data(), size_t(kSamples) * size_t(bytes));
+            benchmark::DoNotOptimize(b.bytesOut.data());
+        });
+    }
+    state.SetItemsProcessed(int64_t(state.iterations()) * kSamples);
+    state.counters["x_memcpy"] = tCopy / tRun;
+}
+
+BENCHMARK_CAPTURE(bound, BoundTo32, bound32, 4)->UseManualTime();
+BENCHMARK_CAPTURE(bound, BoundTo24, bound24, 3)->UseManualTime();
+BENCHMARK_CAPTURE(bound, BoundTo16, bound16, 2)->UseManualTime();
+#endif
 
 #define PV_WRITER(fn, bytes)                                                                                 \
     BENCHMARK_CAPTURE(writer, fn, fn, bytes, false)->UseManualTime();                                        \
