@@ -87,10 +87,8 @@ PV_AVX2 void bitsToInt4(__m256i v[4])
     }
 }
 
-// The intermediate for outputs of 16 bits or fewer, which keep only its high half or
-// byte: positive inputs from 1.0 up (and positive NaNs) are lowered to 0.99999994,
-// whose 0x7FFFFF80 shares them with the clip level 0x7FFFFF00, and negative clips
-// convert to 0x80000000, which shares them with 0x80000100. No fix-up is needed.
+// The narrow intermediate of the AVX-512 kernels: positive clips lowered to 0.99999994
+// before the conversion give the right high half and byte without a fix-up.
 PV_AVX2 __m256i narrowInt(__m256i b)
 {
     return truncated(_mm256_min_epi32(b, _mm256_set1_epi32(0x3F7FFFFF)));
