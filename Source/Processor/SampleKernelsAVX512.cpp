@@ -1,7 +1,7 @@
-// AVX-512 (F, BW and VL) converter kernels, 16 samples per step; the same structure as the
-// AVX2 kernels, with mask registers for the clip and sign steps of the bit rule and
-// masked stores and loads that touch exactly the 48 bytes of sixteen 3-byte samples.
-// Reached only through the dispatch table when the processor has AVX-512 F and BW.
+// AVX-512 (F, BW and VL) converter kernels, 16 samples per vector. Whole groups store to
+// 64-byte-aligned output where the address allows; masked loads and stores take the
+// frames around them, so no byte outside a block is touched. Reached only through the
+// dispatch table when the processor has AVX-512 F, BW and VL.
 #include "SampleKernels_p.h"
 
 #if defined(__x86_64__) || defined(__i386__)
