@@ -6,7 +6,7 @@
 //   samples/s    converter samples per second (items_per_second)
 //   x_memcpy     memcpy time / converter time (1.0 = as fast as copying the output)
 //   x_scalar     portable-path time / converter time
-// PAVO_CONVERTER_PATH=avx2 (or avx512, portable) measures that path instead of the one
+// PAVO_CONVERTER_PATH=avx2 (or avx512, avx512vbmi, portable) measures that path instead of the one
 // the processor would get. The bound/BoundTo* rows time stripped-down AVX-512 writers
 // (see there) against memcpy in the same way.
 #include <Pavo/PavoCore.h>
@@ -90,7 +90,10 @@ template <class Call> double seconds(Call call)
 
 const char* pathLabel(PvConverterPath p)
 {
-    return p == kPvConverterAVX512 ? "avx512" : p == kPvConverterAVX2 ? "avx2" : "portable";
+    return p == kPvConverterAVX512VBMI ? "avx512vbmi"
+        : p == kPvConverterAVX512      ? "avx512"
+        : p == kPvConverterAVX2        ? "avx2"
+                                       : "portable";
 }
 
 // The path under measurement: PAVO_CONVERTER_PATH when it names an available path,
@@ -100,7 +103,8 @@ PvConverterPath pathUnderTest()
     static const PvConverterPath path = [] {
         const char* name = std::getenv("PAVO_CONVERTER_PATH");
         const std::string wanted = name ? name : "";
-        for (PvConverterPath p : {kPvConverterPortable, kPvConverterAVX2, kPvConverterAVX512}) {
+        for (PvConverterPath p :
+            {kPvConverterPortable, kPvConverterAVX2, kPvConverterAVX512, kPvConverterAVX512VBMI}) {
             if (wanted == pathLabel(p) && PvSetConverterPath(p))
                 return p;
         }

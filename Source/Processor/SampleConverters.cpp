@@ -21,6 +21,8 @@ bool cpuHas(PvConverterPath path)
     case kPvConverterAVX512:
         return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw")
             && __builtin_cpu_supports("avx512vl");
+    case kPvConverterAVX512VBMI:
+        return cpuHas(kPvConverterAVX512) && __builtin_cpu_supports("avx512vbmi");
     }
     return false;
 #else
@@ -31,6 +33,8 @@ bool cpuHas(PvConverterPath path)
 const Kernels* kernelsOf(PvConverterPath path)
 {
 #if defined(__x86_64__) || defined(__i386__)
+    if (path == kPvConverterAVX512VBMI)
+        return &PvSample::kAVX512VbmiKernels;
     if (path == kPvConverterAVX512)
         return &PvSample::kAVX512Kernels;
     if (path == kPvConverterAVX2)
@@ -41,6 +45,8 @@ const Kernels* kernelsOf(PvConverterPath path)
 
 PvConverterPath bestPath()
 {
+    if (cpuHas(kPvConverterAVX512VBMI))
+        return kPvConverterAVX512VBMI;
     if (cpuHas(kPvConverterAVX512))
         return kPvConverterAVX512;
     if (cpuHas(kPvConverterAVX2))
@@ -83,7 +89,7 @@ PvConverterPath PvCurrentConverterPath()
 
 bool PvSetConverterPath(PvConverterPath path)
 {
-    if (path < kPvConverterPortable || path > kPvConverterAVX512 || !cpuHas(path))
+    if (path < kPvConverterPortable || path > kPvConverterAVX512VBMI || !cpuHas(path))
         return false;
     g_path.store(path, std::memory_order_relaxed);
     return true;

@@ -139,6 +139,7 @@ enum PvConverterPath : int {
     kPvConverterPortable = 0, ///< plain C++, every processor
     kPvConverterAVX2 = 1, ///< x86-64 with AVX2
     kPvConverterAVX512 = 2, ///< x86-64 with AVX-512 F, BW and VL
+    kPvConverterAVX512VBMI = 3, ///< the same plus AVX-512 VBMI (byte permutes for narrow samples)
 };
 
 /// Returns true when this processor can run `path`.

@@ -2,6 +2,10 @@
 // 64-byte-aligned output where the address allows; masked loads and stores take the
 // frames around them, so no byte outside a block is touched. Reached only through the
 // dispatch table when the processor has AVX-512 F, BW and VL.
+//
+// SampleKernelsAVX512VBMI.cpp compiles this file a second time with PV_AVX512_VBMI set:
+// that table packs and unpacks narrow samples with byte permutes (VBMI), which do in one
+// instruction what takes a shuffle and a word or dword permute here.
 #include "SampleKernels_p.h"
 
 #if defined(__x86_64__) || defined(__i386__)
@@ -15,14 +19,26 @@
 #include <immintrin.h>
 
 #include <algorithm>
+#include <array>
 #include <bit>
 
-#define PV_AVX512 __attribute__((target("avx512f,avx512bw,avx512vl,avx2"), always_inline)) inline
-#define PV_AVX512_FN __attribute__((target("avx512f,avx512bw,avx512vl,avx2")))
+#ifndef PV_AVX512_VBMI
+#define PV_AVX512_VBMI 0
+#endif
+#if PV_AVX512_VBMI
+#define PV_AVX512_TARGET "avx512f,avx512bw,avx512vl,avx512vbmi,avx2"
+#define PV_AVX512_TABLE kAVX512VbmiKernels
+#else
+#define PV_AVX512_TARGET "avx512f,avx512bw,avx512vl,avx2"
+#define PV_AVX512_TABLE kAVX512Kernels
+#endif
+
+#define PV_AVX512 __attribute__((target(PV_AVX512_TARGET), always_inline)) inline
+#define PV_AVX512_FN __attribute__((target(PV_AVX512_TARGET)))
 // Loops over the four vectors of a group, written out so the vectors stay in registers.
 #define PV_UNROLL4 _Pragma("GCC unroll 4")
 // Lambdas do not take the target of the function around them.
-#define PV_AVX512_LAMBDA __attribute__((target("avx512f,avx512bw,avx512vl,avx2"), always_inline))
+#define PV_AVX512_LAMBDA __attribute__((target(PV_AVX512_TARGET), always_inline))
 
 namespace PvSample {
 namespace {
@@ -95,6 +111,20 @@ PV_AVX512 void deinterleave(__m512 a, __m512 b, __m512& l, __m512& r)
     r = _mm512_permutex2var_ps(
         a, _mm512_setr_epi32(1, 3, 5, 7, 9, 11, 13, 15, 17, 19, 21, 23, 25, 27, 29, 31), b);
 }
+
+#if PV_AVX512_VBMI
+// A constant byte-permute index: byte i of the result takes byte `From(i)` (modulo 64) of
+// the source.
+template <int (*From)(int)> struct ByteIndex {
+    alignas(64) static constexpr std::array<unsigned char, 64> bytes = [] {
+        std::array<unsigned char, 64> t {};
+        for (int i = 0; i < 64; ++i)
+            t[size_t(i)] = static_cast<unsigned char>(From(i) & 63);
+        return t;
+    }();
+    PV_AVX512 static __m512i load() { return _mm512_load_si512(bytes.data()); }
+};
+#endif
 
 // ---- alignment --------------------------------------------------------------------
 
@@ -213,6 +243,15 @@ template <bool Swapped> struct W32 {
         _mm512_mask_storeu_epi32(o, firstLanes(count), order(v));
     }
 };
+#if PV_AVX512_VBMI
+// Byte `i` of output vector `Out` of a 3-byte group holds byte `k` of sample `s`, which
+// is byte 1 + k (or 3 - k swapped) of word s % 16 of input vector s / 16.
+template <bool Swapped, int Out> constexpr int packed24Byte(int i)
+{
+    const int s = (64 * Out + i) / 3, k = (64 * Out + i) % 3;
+    return 4 * (s % 16) + (Swapped ? 3 - k : 1 + k);
+}
+#endif
 template <bool Swapped> struct W24 {
     static constexpr int bytes = 3;
     // The sample bytes of each word packed to the low 12 bytes of its 128-bit lane.
@@ -222,6 +261,24 @@ template <bool Swapped> struct W24 {
                                      : _mm_setr_epi8(1, 2, 3, 5, 6, 7, 9, 10, 11, 13, 14, 15, -1, -1, -1, -1);
         return _mm512_shuffle_epi8(v, _mm512_broadcast_i32x4(lane));
     }
+#if PV_AVX512_VBMI
+    // Sixty-four samples make exactly three vectors; each is one byte permute of the
+    // input vector it starts in, merged with one of the next over the bytes that
+    // belong to it.
+    PV_AVX512 static void emit4(unsigned char* o, const __m512i v[4])
+    {
+        PV_UNROLL4
+        for (int k = 0; k < 3; ++k) {
+            const __m512i index = k == 0 ? ByteIndex<packed24Byte<Swapped, 0>>::load()
+                : k == 1                 ? ByteIndex<packed24Byte<Swapped, 1>>::load()
+                                         : ByteIndex<packed24Byte<Swapped, 2>>::load();
+            // Output vector k takes input vector k + 1 from byte 48 - 16 k on.
+            const __mmask64 next = ~uint64_t(0) << (48 - 16 * k);
+            store16(o + 64 * k,
+                _mm512_mask_permutexvar_epi8(_mm512_permutexvar_epi8(index, v[k]), next, index, v[k + 1]));
+        }
+    }
+#else
     // Sixty-four samples make exactly three vectors: each takes the packed words it
     // still needs from two neighbours.
     PV_AVX512 static void emit4(unsigned char* o, const __m512i v[4])
@@ -237,6 +294,7 @@ template <bool Swapped> struct W24 {
             _mm512_permutex2var_epi32(
                 p2, _mm512_setr_epi32(10, 12, 13, 14, 16, 17, 18, 20, 21, 22, 24, 25, 26, 28, 29, 30), p3));
     }
+#endif
     PV_AVX512 static void emitPart(unsigned char* o, __m512i v, int32_t count)
     {
         const __m512i packed = _mm512_permutexvar_epi32(
@@ -321,46 +379,63 @@ template <class F> PV_AVX512_FN void writeInt(void* out, int32_t* l, int32_t n, 
     }
 }
 
-// 16-bit output: `pick` takes the odd (high) 16-bit words of two vectors in output order.
-template <bool Swapped> PV_AVX512 __m512i high16(__m512i a, __m512i b, __m512i pick)
+// 16-bit output: the high halves of the intermediates of `a` and `b`, all of a's then
+// all of b's, or for two channels alternately (a, b, a, ...).
+#if PV_AVX512_VBMI
+// Byte i of the output takes byte 2 or 3 of a word of `a` or `b`; the byte order comes
+// with the index.
+template <bool Swapped, bool Stereo> constexpr int high16Byte(int i)
 {
+    const int word = Stereo ? i / 4 : (i % 32) / 2;
+    return 4 * word + 2 + (Swapped ? 1 - i % 2 : i % 2);
+}
+template <bool Swapped, bool Stereo> PV_AVX512 __m512i high16(__m512i a, __m512i b)
+{
+    const __m512i index = ByteIndex<high16Byte<Swapped, Stereo>>::load();
+    const __mmask64 fromB = Stereo ? 0xCCCCCCCCCCCCCCCCull : 0xFFFFFFFF00000000ull;
+    return _mm512_mask_permutexvar_epi8(
+        _mm512_permutexvar_epi8(index, narrowInt(a)), fromB, index, narrowInt(b));
+}
+#else
+template <bool Swapped, bool Stereo> PV_AVX512 __m512i high16(__m512i a, __m512i b)
+{
+    // The odd (high) 16-bit words, as indices into a then b (32 and on).
+    const __m512i pick = Stereo ? _mm512_setr_epi32(0x00210001, 0x00230003, 0x00250005, 0x00270007,
+                             0x00290009, 0x002B000B, 0x002D000D, 0x002F000F, 0x00310011, 0x00330013,
+                             0x00350015, 0x00370017, 0x00390019, 0x003B001B, 0x003D001D, 0x003F001F)
+                                : _mm512_setr_epi32(0x00030001, 0x00070005, 0x000B0009, 0x000F000D,
+                                    0x00130011, 0x00170015, 0x001B0019, 0x001F001D, 0x00230021, 0x00270025,
+                                    0x002B0029, 0x002F002D, 0x00330031, 0x00370035, 0x003B0039, 0x003F003D);
     __m512i high = _mm512_permutex2var_epi16(narrowInt(a), pick, narrowInt(b));
     if constexpr (Swapped)
         high = _mm512_shuffle_epi8(high,
             _mm512_broadcast_i32x4(_mm_setr_epi8(1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14)));
     return high;
 }
+#endif
 
 template <bool Swapped> PV_AVX512_FN void writeInt16(void* out, int32_t* l, int32_t n, int32_t* r)
 {
     auto* o = static_cast<unsigned char*>(out);
     if (!r) {
-        // Odd words of `a`, then of `b`.
-        const __m512i pick = _mm512_setr_epi32(0x00030001, 0x00070005, 0x000B0009, 0x000F000D, 0x00130011,
-            0x00170015, 0x001B0019, 0x001F001D, 0x00230021, 0x00270025, 0x002B0029, 0x002F002D, 0x00330031,
-            0x00370035, 0x003B0039, 0x003F003D);
         const auto whole = [&](int32_t i) PV_AVX512_LAMBDA {
-            store16(o + 2 * i, high16<Swapped>(load16(l + i), load16(l + i + 16), pick));
+            store16(o + 2 * i, high16<Swapped, false>(load16(l + i), load16(l + i + 16)));
         };
         const auto part = [&](int32_t i, int32_t count) PV_AVX512_LAMBDA {
             const __mmask32 m = __mmask32((uint64_t(1) << count) - 1u);
             const __m512i a = _mm512_maskz_loadu_epi32(__mmask16(m), l + i);
             const __m512i b = _mm512_maskz_loadu_epi32(__mmask16(m >> 16), l + i + 16);
-            _mm512_mask_storeu_epi16(o + 2 * i, m, high16<Swapped>(a, b, pick));
+            _mm512_mask_storeu_epi16(o + 2 * i, m, high16<Swapped, false>(a, b));
         };
         forwardGroups(n, n >= 64 ? framesToBoundary(o, 2) : 0, 32, whole, part);
     } else {
-        // Odd words of `a` and `b` alternately: left, right, left, ...
-        const __m512i pick = _mm512_setr_epi32(0x00210001, 0x00230003, 0x00250005, 0x00270007, 0x00290009,
-            0x002B000B, 0x002D000D, 0x002F000F, 0x00310011, 0x00330013, 0x00350015, 0x00370017, 0x00390019,
-            0x003B001B, 0x003D001D, 0x003F001F);
         const auto whole = [&](int32_t i) PV_AVX512_LAMBDA {
-            store16(o + 4 * i, high16<Swapped>(load16(l + i), load16(r + i), pick));
+            store16(o + 4 * i, high16<Swapped, true>(load16(l + i), load16(r + i)));
         };
         const auto part = [&](int32_t i, int32_t count) PV_AVX512_LAMBDA {
             const __mmask16 m = firstLanes(count);
-            const __m512i high = high16<Swapped>(
-                _mm512_maskz_loadu_epi32(m, l + i), _mm512_maskz_loadu_epi32(m, r + i), pick);
+            const __m512i high = high16<Swapped, true>(
+                _mm512_maskz_loadu_epi32(m, l + i), _mm512_maskz_loadu_epi32(m, r + i));
             _mm512_mask_storeu_epi16(o + 4 * i, __mmask32((uint64_t(1) << (2 * count)) - 1u), high);
         };
         forwardGroups(n, n >= 32 ? framesToBoundary(o, 4) : 0, 16, whole, part);
@@ -503,10 +578,29 @@ template <bool Swapped> struct R8 {
         return convert(_mm_maskz_loadu_epi8(firstLanes(count), p));
     }
 };
-// Sixteen 3-byte samples: a masked load of exactly 48 bytes, spread to 12 bytes per
-// 128-bit lane, then each sample into the top three bytes of its word.
+#if PV_AVX512_VBMI
+// Byte b of word j: zero for b = 0 (masked off), else byte b - 1 (or 3 - b swapped) of
+// sample j.
+template <bool Swapped> constexpr int unpacked24Byte(int i)
+{
+    const int j = i / 4, b = i % 4;
+    return b == 0 ? 0 : 3 * j + (Swapped ? 3 - b : b - 1);
+}
+#endif
+// Sixteen 3-byte samples: a masked load of exactly 48 bytes, then each sample into the
+// top three bytes of its word (a byte permute, or a spread to 12 bytes per 128-bit lane
+// and a shuffle) over a zero byte: a multiple of 256 with 24 significant bits, which
+// converts exactly and scales by 2^-31.
 template <bool Swapped> struct R24 {
     static constexpr int bytes = 3;
+#if PV_AVX512_VBMI
+    PV_AVX512 static __m512 convert(__m512i raw)
+    {
+        const __m512i top = _mm512_maskz_permutexvar_epi8(
+            0xEEEEEEEEEEEEEEEEull, ByteIndex<unpacked24Byte<Swapped>>::load(), raw);
+        return scaled(top, 1.0f / 2147483648.0f);
+    }
+#else
     PV_AVX512 static __m512 convert(__m512i raw)
     {
         const __m512i spread = _mm512_permutexvar_epi32(
@@ -514,10 +608,9 @@ template <bool Swapped> struct R24 {
         const __m128i lane = Swapped ? _mm_setr_epi8(-1, 2, 1, 0, -1, 5, 4, 3, -1, 8, 7, 6, -1, 11, 10, 9)
                                      : _mm_setr_epi8(-1, 0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11);
         const __m512i top = _mm512_shuffle_epi8(spread, _mm512_broadcast_i32x4(lane));
-        // The sample sits in the top three bytes over a zero byte: a multiple of 256
-        // with 24 significant bits, which converts exactly and scales by 2^-31.
         return scaled(top, 1.0f / 2147483648.0f);
     }
+#endif
     PV_AVX512 static __m512 load(const unsigned char* p)
     {
         return convert(_mm512_maskz_loadu_epi32(0x0FFF, p));
@@ -676,7 +769,7 @@ PV_AVX512_FN void from16Interleaved2(int32_t* l, void* in, int32_t n, int32_t*)
 
 } // namespace
 
-const Kernels kAVX512Kernels = {
+const Kernels PV_AVX512_TABLE = {
     floatTo32,
     floatTo24,
     floatTo16,

@@ -26,6 +26,7 @@ extern const Kernels kPortableKernels;
 // Filled only on x86-64; each entry is the portable kernel where the path has none.
 extern const Kernels kAVX2Kernels;
 extern const Kernels kAVX512Kernels;
+extern const Kernels kAVX512VbmiKernels;
 
 // The bit rules, shared by every path for the ends of blocks.
 

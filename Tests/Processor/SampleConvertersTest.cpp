@@ -66,7 +66,8 @@ uint32_t bitsOf(float f)
 std::vector<PvConverterPath> availablePaths()
 {
     std::vector<PvConverterPath> paths;
-    for (PvConverterPath p : {kPvConverterPortable, kPvConverterAVX2, kPvConverterAVX512})
+    for (PvConverterPath p :
+        {kPvConverterPortable, kPvConverterAVX2, kPvConverterAVX512, kPvConverterAVX512VBMI})
         if (PvConverterPathAvailable(p))
             paths.push_back(p);
     return paths;
@@ -706,13 +707,17 @@ TEST(SampleSelectors, PathControl)
     const PvConverterPath now = PvCurrentConverterPath();
     EXPECT_TRUE(PvConverterPathAvailable(now));
     // The default is the fastest path the processor has.
-    if (PvConverterPathAvailable(kPvConverterAVX512)) {
+    if (PvConverterPathAvailable(kPvConverterAVX512VBMI)) {
+        EXPECT_EQ(now, kPvConverterAVX512VBMI);
+    } else if (PvConverterPathAvailable(kPvConverterAVX512)) {
         EXPECT_EQ(now, kPvConverterAVX512);
     } else if (PvConverterPathAvailable(kPvConverterAVX2)) {
         EXPECT_EQ(now, kPvConverterAVX2);
     }
+    // VBMI is an addition to the AVX-512 path, never offered without it.
     if (!PvConverterPathAvailable(kPvConverterAVX512)) {
         EXPECT_FALSE(PvSetConverterPath(kPvConverterAVX512));
+        EXPECT_FALSE(PvConverterPathAvailable(kPvConverterAVX512VBMI));
     }
 }
 
