@@ -161,10 +161,12 @@ void reader(benchmark::State& state, tConvertNToFloat fn, bool stereo)
 #if defined(__x86_64__)
 // Bounds: the least an AVX-512 writer of each width does, with no clip rule and no byte
 // order: scale by 2^31, truncate, keep the top bytes of each word and store. They also
-// skip up to 63 samples so that every store is aligned, and 3-byte words are packed as
-// the writers pack them. No correct writer can beat its row, so these rows show how far
-// the memcpy ratio can go on this processor.
+// skip up to 63 samples so that every store is aligned, and 16- and 3-byte words are
+// packed as the writers pack them (with byte permutes where the processor has VBMI). No
+// correct writer can beat its row, so these rows show how far the memcpy ratio can go on
+// this processor.
 #define PV_BOUND __attribute__((target("avx512f,avx512bw")))
+#define PV_BOUND_VBMI __attribute__((target("avx512f,avx512bw,avx512vbmi")))
 
 PV_BOUND inline __m512i boundConvert(const int32_t* p)
 {
@@ -190,8 +192,44 @@ PV_BOUND void bound32(unsigned char* o, const int32_t* f)
         _mm512_storeu_si512(o + 4 * i, boundConvert(f + i));
 }
 
+// Byte-permute indices: byte i of a 16-bit output vector takes the high half of word
+// (i % 32) / 2 of the first or second vector; byte i of 3-byte output vector `out` takes
+// byte 1 + k of word s % 16, where sample s and byte k are its place in the group.
+struct BoundIndices {
+    alignas(64) unsigned char to16[64], to24[3][64];
+    BoundIndices()
+    {
+        for (int i = 0; i < 64; ++i)
+            to16[i] = static_cast<unsigned char>(4 * ((i % 32) / 2) + 2 + i % 2);
+        for (int p = 0; p < 192; ++p)
+            to24[p / 64][p % 64] = static_cast<unsigned char>((4 * (p / 3 % 16) + 1 + p % 3) & 63);
+    }
+};
+const BoundIndices kBoundIndices;
+
+PV_BOUND_VBMI void bound24Vbmi(unsigned char* o, const int32_t* f)
+{
+    const int32_t k = boundSkip(o, 3);
+    o += 3 * k;
+    f += k;
+    for (int32_t i = 0; i + 64 <= kSamples - 64; i += 64) {
+        const __m512i v[4] = {boundConvert(f + i), boundConvert(f + i + 16), boundConvert(f + i + 32),
+            boundConvert(f + i + 48)};
+        for (int q = 0; q < 3; ++q) {
+            const __m512i index = _mm512_load_si512(kBoundIndices.to24[q]);
+            _mm512_storeu_si512(o + 3 * i + 64 * q,
+                _mm512_mask_permutexvar_epi8(
+                    _mm512_permutexvar_epi8(index, v[q]), ~uint64_t(0) << (48 - 16 * q), index, v[q + 1]));
+        }
+    }
+}
+
 PV_BOUND void bound24(unsigned char* o, const int32_t* f)
 {
+    if (__builtin_cpu_supports("avx512vbmi")) {
+        bound24Vbmi(o, f);
+        return;
+    }
     const __m512i lane
         = _mm512_broadcast_i32x4(_mm_setr_epi8(1, 2, 3, 5, 6, 7, 9, 10, 11, 13, 14, 15, -1, -1, -1, -1));
     const __m512i i0 = _mm512_setr_epi32(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 16, 17, 18, 20);
@@ -211,8 +249,21 @@ PV_BOUND void bound24(unsigned char* o, const int32_t* f)
     }
 }
 
+PV_BOUND_VBMI void bound16Vbmi(unsigned char* o, const int32_t* f)
+{
+    const __m512i index = _mm512_load_si512(kBoundIndices.to16);
+    for (int32_t i = 0; i < kSamples; i += 32)
+        _mm512_storeu_si512(o + 2 * i,
+            _mm512_mask_permutexvar_epi8(_mm512_permutexvar_epi8(index, boundConvert(f + i)),
+                0xFFFFFFFF00000000ull, index, boundConvert(f + i + 16)));
+}
+
 PV_BOUND void bound16(unsigned char* o, const int32_t* f)
 {
+    if (__builtin_cpu_supports("avx512vbmi")) {
+        bound16Vbmi(o, f);
+        return;
+    }
     const __m512i pick = _mm512_setr_epi32(0x00030001, 0x00070005, 0x000B0009, 0x000F000D, 0x00130011,
         0x00170015, 0x001B0019, 0x001F001D, 0x00230021, 0x00270025, 0x002B0029, 0x002F002D, 0x00330031,
         0x00370035, 0x003B0039, 0x003F003D);
