@@ -262,21 +262,21 @@ template <bool Swapped> struct W24 {
         return _mm512_shuffle_epi8(v, _mm512_broadcast_i32x4(lane));
     }
 #if PV_AVX512_VBMI
-    // Sixty-four samples make exactly three vectors; each is one byte permute of the
-    // input vector it starts in, merged with one of the next over the bytes that
-    // belong to it.
+    // Output vector `Out` of a group: a byte permute of the input vector it starts in,
+    // merged with one of the next input vector over the bytes from 48 - 16 * Out on.
+    template <int Out> PV_AVX512 static void emitVector(unsigned char* o, __m512i first, __m512i next)
+    {
+        const __m512i index = ByteIndex<packed24Byte<Swapped, Out>>::load();
+        store16(o + 64 * Out,
+            _mm512_mask_permutexvar_epi8(
+                _mm512_permutexvar_epi8(index, first), ~uint64_t(0) << (48 - 16 * Out), index, next));
+    }
+    // Sixty-four samples make exactly three vectors.
     PV_AVX512 static void emit4(unsigned char* o, const __m512i v[4])
     {
-        PV_UNROLL4
-        for (int k = 0; k < 3; ++k) {
-            const __m512i index = k == 0 ? ByteIndex<packed24Byte<Swapped, 0>>::load()
-                : k == 1                 ? ByteIndex<packed24Byte<Swapped, 1>>::load()
-                                         : ByteIndex<packed24Byte<Swapped, 2>>::load();
-            // Output vector k takes input vector k + 1 from byte 48 - 16 k on.
-            const __mmask64 next = ~uint64_t(0) << (48 - 16 * k);
-            store16(o + 64 * k,
-                _mm512_mask_permutexvar_epi8(_mm512_permutexvar_epi8(index, v[k]), next, index, v[k + 1]));
-        }
+        emitVector<0>(o, v[0], v[1]);
+        emitVector<1>(o, v[1], v[2]);
+        emitVector<2>(o, v[2], v[3]);
     }
 #else
     // Sixty-four samples make exactly three vectors: each takes the packed words it
