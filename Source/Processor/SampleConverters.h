@@ -19,8 +19,8 @@
 // integer-to-float path is exact: a sample of N bits reads as sample / 2^(N-1), except
 // that 32-bit samples keep only their top 24 bits (rounded toward minus infinity).
 //
-// On x86-64 the converters use AVX2 or AVX-512 when the processor has them; every path
-// gives the same bits as the portable one.
+// On x86-64 the converters use AVX2 or AVX-512 (with VBMI where present) when the
+// processor has them; every path gives the same bits as the portable one.
 #pragma once
 
 #include <cstdint>
