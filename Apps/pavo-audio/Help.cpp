@@ -12,6 +12,7 @@ SYNOPSIS
     pavo-audio COMMAND [OPTIONS] ARGUMENTS...
     pavo-audio help [COMMAND]
     pavo-audio COMMAND --help
+    pavo-audio --version
 
 DESCRIPTION
     Works on linear PCM audio files in the AIFF, AIFC, WAVE (also RF64), CAF and

@@ -18,6 +18,10 @@ int main(int argc, char** argv)
         printHelp(QString());
         return kExitOK;
     }
+    if (command == QLatin1String("--version")) {
+        out(QStringLiteral("pavo-audio (Pavo %1)\n").arg(PavoVersionNumber, 0, 'f', 1));
+        return kExitOK;
+    }
     if (command == QLatin1String("help")) {
         printHelp(args.value(0));
         return kExitOK;

@@ -19,8 +19,36 @@ endforeach()
 # find_package(Pavo)
 run(${CMAKE_COMMAND} -S ${CONSUMER_DIR} -B ${WORK_DIR}/build -G Ninja -DCMAKE_PREFIX_PATH=${prefix})
 run(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
-run(${CMAKE_COMMAND} -E env QT_QPA_PLATFORM=offscreen ${WORK_DIR}/build/pavo-consumer)
+# Everything runs with LD_LIBRARY_PATH unset: the installed libraries must be found through
+# the run paths alone, libPavoCore by libPavoUI as well.
+set(plain_env ${CMAKE_COMMAND} -E env --unset=LD_LIBRARY_PATH QT_QPA_PLATFORM=offscreen)
+run(${plain_env} ${WORK_DIR}/build/pavo-consumer)
 message(STATUS "consumer (CMake package):\n${last_output}")
+run(${plain_env} ${WORK_DIR}/build/pavo-consumer-ui)
+message(STATUS "consumer of Pavo::UI:\n${last_output}")
+
+if(WITH_AUDIO_TOOL)
+  run(${plain_env} ${prefix}/bin/pavo-audio --version)
+  if(NOT last_output MATCHES "^pavo-audio \\(Pavo 274\\.0\\)")
+    message(FATAL_ERROR "installed pavo-audio --version says: ${last_output}")
+  endif()
+  # The manual pages are written from the help text: the installed page and the installed
+  # program's help show the same synopsis.
+  file(GLOB man ${prefix}/share/man/man1/pavo-audio*.1)
+  list(LENGTH man pages)
+  if(NOT pages EQUAL 7)
+    message(FATAL_ERROR "expected seven manual pages of pavo-audio, found: ${man}")
+  endif()
+  file(READ ${prefix}/share/man/man1/pavo-audio-convert.1 page)
+  run(${plain_env} ${prefix}/bin/pavo-audio help convert)
+  string(REGEX MATCH "\nSYNOPSIS\n    ([^\n]*)" synopsis "${last_output}")
+  string(REPLACE "-" "\\-" synopsis "${CMAKE_MATCH_1}")
+  string(FIND "${page}" "\n${synopsis}\n" at)
+  if(NOT synopsis MATCHES "^pavo\\\\-audio convert " OR at LESS 0)
+    message(FATAL_ERROR "pavo-audio-convert.1 does not match the help text:\n${page}")
+  endif()
+  message(STATUS "installed pavo-audio: ${pages} manual pages, ${synopsis}")
+endif()
 
 # pkg-config
 file(GLOB pcdir ${prefix}/lib*/pkgconfig ${prefix}/lib/*/pkgconfig)

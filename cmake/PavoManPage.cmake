@@ -1,0 +1,92 @@
+# Writes the manual pages of a command-line tool from its own help text, so that the two
+# never disagree. Run as a script:
+#   cmake -DTOOL=<program> -DNAME=<name> -DVERSION=<text> -DCOMMANDS=<a,b,...> -DOUT_DIR=<dir>
+#         -P PavoManPage.cmake
+# "<program> help" gives the page <name>.1, "<program> help <command>" the page
+# <name>-<command>.1. The help text is laid out like a manual page already: headings in
+# capitals at the start of a line, their text indented by four blanks. The text keeps its
+# line breaks (it is aligned in columns); only the NAME line is set as man(7) wants it.
+
+cmake_minimum_required(VERSION 3.25)
+
+function(pavo_roff_escape text out)
+  string(REPLACE "\\" "\\e" text "${text}")
+  string(REPLACE "-" "\\-" text "${text}")
+  # A line starting with a dot or an apostrophe would be read as a request.
+  if(text MATCHES "^[.']")
+    set(text "\\&${text}")
+  endif()
+  set(${out} "${text}" PARENT_SCOPE)
+endfunction()
+
+function(pavo_write_page args page_name see_also)
+  execute_process(COMMAND ${TOOL} ${args} RESULT_VARIABLE rc OUTPUT_VARIABLE help ERROR_VARIABLE err)
+  if(NOT rc EQUAL 0 OR help STREQUAL "")
+    message(FATAL_ERROR "${TOOL} ${args} failed (${rc}): ${err}")
+  endif()
+  string(TOUPPER "${page_name}" upper)
+  string(TIMESTAMP date "%Y-%m-%d" UTC)
+  set(roff ".TH \"${upper}\" \"1\" \"${date}\" \"Pavo ${VERSION}\" \"User Commands\"\n")
+  string(STRIP "${help}" help)
+  string(APPEND help "\n")
+  set(section "")
+  set(in_block FALSE)
+  # Line by line without CMake lists, which would split at semicolons and keep brackets
+  # together.
+  while(NOT help STREQUAL "")
+    string(FIND "${help}" "\n" end)
+    string(SUBSTRING "${help}" 0 ${end} line)
+    math(EXPR end "${end} + 1")
+    string(SUBSTRING "${help}" ${end} -1 help)
+    if(line MATCHES "^([A-Z][A-Z ]*)$")
+      if(in_block)
+        string(APPEND roff ".fi\n")
+        set(in_block FALSE)
+      endif()
+      set(section "${CMAKE_MATCH_1}")
+      string(APPEND roff ".SH ${section}\n")
+      continue()
+    endif()
+    # Only the first four blanks go (REGEX REPLACE would apply "^" again after each match).
+    if(line MATCHES "^    ")
+      string(SUBSTRING "${line}" 4 -1 line)
+    endif()
+    if(section STREQUAL "NAME")
+      if(NOT line STREQUAL "")
+        # "pavo-audio info - show ..." becomes "pavo-audio-info \- show ..."
+        string(REGEX MATCH "^(.*) - (.*)$" ok "${line}")
+        string(REPLACE " " "-" who "${CMAKE_MATCH_1}")
+        pavo_roff_escape("${who}" who)
+        pavo_roff_escape("${CMAKE_MATCH_2}" what)
+        string(APPEND roff "${who} \\- ${what}\n")
+      endif()
+      continue()
+    endif()
+    if(NOT in_block)
+      string(APPEND roff ".nf\n")
+      set(in_block TRUE)
+    endif()
+    pavo_roff_escape("${line}" line)
+    string(APPEND roff "${line}\n")
+  endwhile()
+  if(in_block)
+    string(APPEND roff ".fi\n")
+  endif()
+  if(see_also)
+    string(APPEND roff ".SH SEE ALSO\n${see_also}\n")
+  endif()
+  file(WRITE ${OUT_DIR}/${page_name}.1 "${roff}")
+endfunction()
+
+string(REPLACE "," ";" COMMANDS "${COMMANDS}")
+string(REPLACE "-" "\\-" roff_name "${NAME}")
+set(refs "")
+foreach(cmd IN LISTS COMMANDS)
+  list(APPEND refs "\\fB${roff_name}\\-${cmd}\\fR(1)")
+endforeach()
+list(JOIN refs ",\n" refs)
+file(MAKE_DIRECTORY ${OUT_DIR})
+pavo_write_page("help" "${NAME}" "${refs}")
+foreach(cmd IN LISTS COMMANDS)
+  pavo_write_page("help;${cmd}" "${NAME}-${cmd}" "\\fB${roff_name}\\fR(1)")
+endforeach()
