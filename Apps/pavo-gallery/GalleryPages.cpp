@@ -14,6 +14,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPushButton>
+#include <QScrollArea>
 #include <QSpinBox>
 #include <QStackedWidget>
 #include <QStyleFactory>
@@ -498,10 +499,17 @@ GalleryWindow::GalleryWindow(QWidget* parent)
     h->addLayout(side);
     h->addWidget(m_stack, 1);
     m_list->setFixedWidth(180);
+    // Each page scrolls inside the window instead of being squeezed below the size its
+    // content needs, so the window can be made small.
     for (const Page& page : pages()) {
         m_list->addItem(page.title);
-        m_stack->addWidget(page.make());
+        auto* scroll = new QScrollArea;
+        scroll->setWidgetResizable(true);
+        scroll->setFrameShape(QFrame::NoFrame);
+        scroll->setWidget(page.make());
+        m_stack->addWidget(scroll);
     }
+    setMinimumSize(420, 300);
     connect(m_list, &QListWidget::currentRowChanged, m_stack, &QStackedWidget::setCurrentIndex);
     connect(m_dark, &QCheckBox::toggled, this, &GalleryWindow::setDark);
     m_list->setCurrentRow(0);
@@ -528,7 +536,16 @@ int GalleryWindow::pageCount() const
 
 QWidget* GalleryWindow::currentPage() const
 {
-    return m_stack->currentWidget();
+    auto* scroll = qobject_cast<QScrollArea*>(m_stack->currentWidget());
+    return scroll ? scroll->widget() : nullptr;
+}
+
+QStringList GalleryWindow::pageTitles()
+{
+    QStringList titles;
+    for (const Page& page : pages())
+        titles << page.title;
+    return titles;
 }
 
 void GalleryWindow::setDark(bool dark)

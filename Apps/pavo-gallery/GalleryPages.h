@@ -31,11 +31,15 @@ class GalleryWindow : public QWidget {
     Q_OBJECT
 public:
     explicit GalleryWindow(QWidget* parent = nullptr);
-    /// Shows the page at index (ignored out of range) or with title (ignored if unknown).
+    /// Shows the page at index (ignored out of range) or with title, compared without
+    /// regard to case (ignored if unknown).
     void showPage(int index);
     void showPage(const QString& title);
     int pageCount() const;
+    /// The page shown now (inside the scroll area that holds it).
     QWidget* currentPage() const;
+    /// The titles of the pages, in order; needs no application object.
+    static QStringList pageTitles();
     void setDark(bool dark);
 
 private:

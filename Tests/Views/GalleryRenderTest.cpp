@@ -4,6 +4,8 @@
 #include "TestSupport.h"
 
 #include <QDir>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QTest>
 #include <gtest/gtest.h>
 
@@ -65,5 +67,33 @@ TEST(Gallery, RendersEveryPageInBothPalettes)
     QTest::mouseRelease(pad, Qt::LeftButton, {}, QPoint(80, 60));
     EXPECT_FALSE(tip->isVisible());
     window.setDark(false);
+}
+// In a small window the pages keep the size their content needs and scroll.
+TEST(Gallery, PagesScrollInASmallWindow)
+{
+    PavoGallery::GalleryWindow window;
+    window.resize(560, 400);
+    window.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    EXPECT_LE(window.width(), 560);
+    int scrolled = 0;
+    for (int i = 0; i < window.pageCount(); ++i) {
+        window.showPage(i);
+        QApplication::processEvents();
+        QWidget* page = window.currentPage();
+        ASSERT_NE(page, nullptr);
+        const QSize needed = page->minimumSizeHint();
+        EXPECT_GE(page->width(), needed.width()) << i;
+        EXPECT_GE(page->height(), needed.height()) << i;
+        auto* scroll = qobject_cast<QScrollArea*>(page->parentWidget()->parentWidget());
+        ASSERT_NE(scroll, nullptr);
+        if (scroll->horizontalScrollBar()->maximum() > 0 || scroll->verticalScrollBar()->maximum() > 0)
+            ++scrolled;
+    }
+    EXPECT_GT(scrolled, 0) << "no page needs more than 560 x 400";
+    window.resize(200, 100);
+    QApplication::processEvents();
+    EXPECT_GE(window.width(), window.minimumWidth());
+    EXPECT_GT(window.minimumWidth(), 0);
 }
 #endif
