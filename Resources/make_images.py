@@ -1,8 +1,10 @@
 #!/usr/bin/env python3
 """Draws the framework's own pictures (textured window frame, bevel) into images/ and
 writes pavo.qrc, which compiles them into PavoUI under :/Pavo/Images/ beside the
-other framework pictures, so pv_loadPavoBundleImage finds them by name. Run it after changing a
-picture: python3 Resources/make_images.py"""
+other framework pictures, so pv_loadPavoBundleImage finds them by name. Every picture is
+drawn twice: light metal for light palettes, and "<name>_dark" in dark greys for dark
+palettes (pv_loadPavoBundleImage picks it when the application palette is dark). Run it
+after changing a picture: python3 Resources/make_images.py"""
 
 import os
 import struct
@@ -40,32 +42,53 @@ def grey(v, a=255):
     return (v, v, v, a)
 
 
-# The metal: a light band at the top that darkens gently towards the bottom.
+# The metal: a light band at the top that darkens gently towards the bottom. A theme gives
+# the greys; everything else (sizes, shapes) is shared by both.
 TITLE_H = 22
 BOTTOM_H = 10
 SIDE_W = 6
-OUTLINE = 92
-HIGHLIGHT = 250
+
+LIGHT = {
+    "outline": 92, "highlight": (250, 255), "side_highlight": (255, 90),
+    "title": (232, 200), "body": (200, 178), "bottom": (178, 164), "bottom_top": 150,
+    "ornament": ((255, 255, 255), 70),
+    "bevel": (236, 204), "bevel_top": (255, 200), "bevel_bottom": 120, "bevel_edge": 150,
+    "well": (196, 222), "well_line": 120, "well_glow": (255, 150),
+}
+DARK = {
+    "outline": 14, "highlight": (255, 40), "side_highlight": (255, 22),
+    "title": (70, 56), "body": (54, 46), "bottom": (46, 40), "bottom_top": 30,
+    "ornament": ((255, 255, 255), 18),
+    "bevel": (74, 56), "bevel_top": (255, 45), "bevel_bottom": 16, "bevel_edge": 30,
+    "well": (36, 46), "well_line": 16, "well_glow": (255, 40),
+}
+T = LIGHT  # the theme being drawn
 
 
 def top_shade(y):
     t = y / (TITLE_H - 1)
-    return lerp(232, 200, t)
+    return lerp(*T["title"], t)
 
 
 def body_shade(t):
-    return lerp(200, 178, t)
+    return lerp(*T["body"], t)
 
 
 def bottom_shade(y):
-    return lerp(178, 164, y / (BOTTOM_H - 1))
+    return lerp(*T["bottom"], y / (BOTTOM_H - 1))
+
+
+def over(base, colour):
+    """colour (grey, alpha) laid over an opaque grey base."""
+    v, a = colour
+    return grey(lerp(base, v, a / 255))
 
 
 def top(x, y):
     if y == 0:
-        return grey(OUTLINE)
+        return grey(T["outline"])
     if y == 1:
-        return grey(HIGHLIGHT)
+        return over(top_shade(1), T["highlight"])
     return grey(top_shade(y))
 
 
@@ -89,7 +112,7 @@ def top_corner(left):
         outer = x == 0 if left else x == SIDE_W - 1
         cover, edge = corner_alpha(x, y, SIDE_W, TITLE_H, 5, left, True)
         if outer or edge:
-            r, g, b, _ = grey(OUTLINE)
+            r, g, b, _ = grey(T["outline"])
         else:
             r, g, b, _ = top(x, y)
         return (r, g, b, 255 * cover)
@@ -100,18 +123,18 @@ def side(left):
     # Only the outline and a thin highlight: the centre picture shows through the rest.
     def pixel(x, y):
         if (x == 0) if left else (x == SIDE_W - 1):
-            return grey(OUTLINE)
+            return grey(T["outline"])
         if (x == 1) if left else (x == SIDE_W - 2):
-            return grey(255, 90)
+            return grey(*T["side_highlight"])
         return grey(0, 0)
     return pixel
 
 
 def bottom(x, y):
     if y == BOTTOM_H - 1:
-        return grey(OUTLINE)
+        return grey(T["outline"])
     if y == 0:
-        return grey(150)
+        return grey(T["bottom_top"])
     return grey(bottom_shade(y))
 
 
@@ -120,7 +143,7 @@ def bottom_corner(left):
         outer = x == 0 if left else x == SIDE_W - 1
         cover, edge = corner_alpha(x, y, SIDE_W, BOTTOM_H, 4, left, False)
         if outer or edge:
-            r, g, b, _ = grey(OUTLINE)
+            r, g, b, _ = grey(T["outline"])
         else:
             r, g, b, _ = bottom(x, y)
         return (r, g, b, 255 * cover)
@@ -131,8 +154,9 @@ def title_ornament(x, y):
     # A soft light spot behind the title, fading out to both sides.
     w = 160
     t = 1.0 - abs((x + 0.5) - w / 2) / (w / 2)
-    a = 70 * t * t * (1.0 if 2 <= y < TITLE_H - 1 else 0.0)
-    return (255, 255, 255, a)
+    rgb, alpha = T["ornament"]
+    a = alpha * t * t * (1.0 if 2 <= y < TITLE_H - 1 else 0.0)
+    return rgb + (a,)
 
 
 def centre(x, y):
@@ -142,15 +166,37 @@ def centre(x, y):
 def bevel_part(kind):
     def pixel(x, y):
         h = 24
+        shade = lerp(*T["bevel"], y / (h - 1))
         if y == 0:
-            return grey(255, 200)
+            return over(shade, T["bevel_top"])
         if y == h - 1:
-            return grey(120)
-        shade = lerp(236, 204, y / (h - 1))
+            return grey(T["bevel_bottom"])
         if kind == "left" and x == 0 or kind == "right" and x == 3:
-            return grey(150)
+            return grey(T["bevel_edge"])
         return grey(shade)
     return pixel
+
+
+def bevel_well(x, y):
+    """A sunken field with rounded ends, drawn whole: the bevel's picture for a fixed
+    place (a counter or a status field inside the bar)."""
+    w, h, r = 160, 24, 8
+    top_y, bottom_y = 3, h - 3
+    cx = min(max(x + 0.5, r), w - r)
+    cy = min(max(y + 0.5, top_y + r), bottom_y - r)
+    d = ((x + 0.5 - cx) ** 2 + (y + 0.5 - cy) ** 2) ** 0.5
+    if y + 0.5 < top_y or y + 0.5 > bottom_y:
+        d = max(d, r + 1)
+    cover = max(0.0, min(1.0, r - d + 0.5))
+    if cover <= 0:
+        return grey(0, 0)
+    t = (y - top_y) / (bottom_y - top_y)
+    v = lerp(*T["well"], t)
+    if d > r - 1.2:
+        v = T["well_line"]  # the rim
+    elif y + 0.5 > bottom_y - 2:
+        v = lerp(v, T["well_glow"][0], T["well_glow"][1] / 255 * 0.5)
+    return (v, v, v, 255 * cover)
 
 
 PICTURES = [
@@ -167,15 +213,20 @@ PICTURES = [
     ("PV_BevelLeft", 4, 24, bevel_part("left")),
     ("PV_BevelMiddle", 1, 24, bevel_part("middle")),
     ("PV_BevelRight", 4, 24, bevel_part("right")),
+    ("PV_BevelWell", 160, 24, bevel_well),
 ]
 
 
 def main():
+    global T
     os.makedirs(OUT, exist_ok=True)
     entries = []
-    for name, w, h, pixel in PICTURES:
-        write_png(os.path.join(OUT, name + ".png"), w, h, pixel)
-        entries.append('        <file alias="%s.png">images/%s.png</file>' % (name, name))
+    for theme, suffix in ((LIGHT, ""), (DARK, "_dark")):
+        T = theme
+        for name, w, h, pixel in PICTURES:
+            file = name + suffix + ".png"
+            write_png(os.path.join(OUT, file), w, h, pixel)
+            entries.append('        <file alias="%s">images/%s</file>' % (file, file))
     with open(os.path.join(HERE, "pavo.qrc"), "w") as f:
         f.write("<!DOCTYPE RCC>\n<RCC version=\"1.0\">\n    <qresource prefix=\"/Pavo/Images\">\n")
         f.write("\n".join(entries) + "\n")

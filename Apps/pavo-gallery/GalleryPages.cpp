@@ -5,6 +5,7 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QDoubleSpinBox>
+#include <QEvent>
 #include <QFormLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
@@ -209,7 +210,7 @@ QWidget* windowContent(const QString& text, bool withBevel)
 QWidget* themedWindowPage(bool textured)
 {
     auto* desk = new Desk;
-    desk->setMinimumSize(520, 420);
+    desk->setMinimumSize(490, 360);
     PvThemeWindow* window = textured ? new PVTexturedWindow(desk) : new PvThemeWindow(desk);
     window->setWindowFlags(Qt::Widget); // shown inside the page; drag it around
     window->setTitle(textured ? "Textured Window" : "Mixer — Session 1");
@@ -268,12 +269,13 @@ QWidget* themedWindowPage(bool textured)
     poll->start(100);
     refresh();
     form->addWidget(geometry);
-    if (textured)
-        return makePage("Textured window",
-            "PVTexturedWindow draws its frame from pictures; a window delegate may name its own set.", desk,
-            settings);
     // Shown with the toolbar, so the page pictures show both.
     window->showToolbar();
+    if (textured)
+        return makePage("Textured window",
+            "PVTexturedWindow draws its frame from pictures (a light and a dark set, after the "
+            "palette); a window delegate may name its own set.",
+            desk, settings);
     return makePage("Themed window",
         "PvThemeWindow draws its own title bar and buttons, moves and resizes by dragging, and shows a "
         "toolbar strip that grows the window downward.",
@@ -282,29 +284,59 @@ QWidget* themedWindowPage(bool textured)
 
 // ---- bevels -----------------------------------------------------------------------
 
+// A bevel view drawn from framework pictures, named rather than loaded, so that it takes
+// the dark pictures when the palette turns dark and the light ones when it turns back.
+class PictureBevel : public PvWindowBevelView {
+public:
+    PictureBevel(const QString& left, const QString& middle, const QString& right)
+        : m_names {left, middle, right}
+    {
+        setFixedHeight(24);
+        load();
+    }
+
+protected:
+    void changeEvent(QEvent* event) override
+    {
+        if (event->type() == QEvent::ApplicationPaletteChange || event->type() == QEvent::PaletteChange)
+            load();
+        PvWindowBevelView::changeEvent(event);
+    }
+
+private:
+    void load()
+    {
+        auto picture
+            = [](const QString& name) { return name.isEmpty() ? QPixmap() : pv_loadPavoBundleImage(name); };
+        setImages(picture(m_names[0]), picture(m_names[1]), picture(m_names[2]));
+    }
+    QString m_names[3];
+};
+
 QWidget* bevelPage()
 {
     auto* demo = new QWidget;
     auto* v = new QVBoxLayout(demo);
     auto* plain = new PvWindowBevelView;
     plain->setFixedHeight(24);
-    auto* pictured = new PvWindowBevelView;
-    pictured->setImages(pv_loadPavoBundleImage(QStringLiteral("PV_BevelLeft")),
-        pv_loadPavoBundleImage(QStringLiteral("PV_BevelMiddle")),
-        pv_loadPavoBundleImage(QStringLiteral("PV_BevelRight")));
-    pictured->setFixedHeight(24);
-    auto* special = new PvWindowBevelView;
-    special->setImages(pv_loadPavoBundleImage(QStringLiteral("PV_BevelLeft")),
-        pv_loadPavoBundleImage(QStringLiteral("PV_TexturedTitle")),
-        pv_loadPavoBundleImage(QStringLiteral("PV_BevelRight")));
-    special->setSpecialImage(QSizeF(160, 24), QPointF(60, 0));
-    special->setFixedHeight(24);
+    auto* pictured = new PictureBevel("PV_BevelLeft", "PV_BevelMiddle", "PV_BevelRight");
+    // The well is a picture made whole for one place, not a piece to be stretched; its view
+    // lies over a bar drawn from the three pictures, as a status field would.
+    auto* special = new PictureBevel("PV_BevelLeft", "PV_BevelMiddle", "PV_BevelRight");
+    auto* well = new PictureBevel(QString(), "PV_BevelWell", QString());
+    well->setSpecialImage(QSizeF(160, 24), QPointF(60, 0));
+    well->setOpaque(false);
+    auto* over = new QHBoxLayout(special);
+    over->setContentsMargins(0, 0, 0, 0);
+    over->addWidget(well);
     v->addWidget(labelled("Drawn from the palette", plain));
     v->addWidget(labelled("Left, middle and right pictures", pictured));
     v->addWidget(labelled("Middle picture at a fixed place and size", special));
     v->addStretch(1);
-    return makePage(
-        "Bevel views", "PvWindowBevelView draws the bars under lists and along window edges.", demo, nullptr);
+    return makePage("Bevel views",
+        "PvWindowBevelView draws the bars under lists and along window edges, from the palette or "
+        "from pictures; the framework's pictures have light and dark sets.",
+        demo, nullptr);
 }
 
 // ---- tool tip ---------------------------------------------------------------------

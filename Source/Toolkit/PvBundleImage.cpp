@@ -3,18 +3,37 @@
 #include "PvSystemInfo.h"
 
 #include <QFile>
+#include <QGuiApplication>
+#include <QPalette>
 
 namespace {
 const QString kImageFolder = QStringLiteral(":/Pavo/Images/");
 const QString kImageType = QStringLiteral(".png");
 } // namespace
 
+bool pv_pavoBundleImagesAreDark()
+{
+    if (!qobject_cast<QGuiApplication*>(QCoreApplication::instance()))
+        return false;
+    return QGuiApplication::palette().color(QPalette::Window).lightnessF() < 0.5;
+}
+
 QString pv_pavoBundleImagePath(const QString& name)
 {
-    if (isRunningAsProApp()) {
-        const QString pro = kImageFolder + name + QStringLiteral("_pro") + kImageType;
-        if (QFile::exists(pro))
-            return pro;
+    QStringList candidates;
+    if (isRunningAsProApp())
+        candidates << name + QStringLiteral("_pro");
+    candidates << name;
+    const bool dark = pv_pavoBundleImagesAreDark();
+    for (const QString& candidate : std::as_const(candidates)) {
+        if (dark) {
+            const QString path = kImageFolder + candidate + QStringLiteral("_dark") + kImageType;
+            if (QFile::exists(path))
+                return path;
+        }
+        const QString path = kImageFolder + candidate + kImageType;
+        if (QFile::exists(path))
+            return path;
     }
     return kImageFolder + name + kImageType;
 }

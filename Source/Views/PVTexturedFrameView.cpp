@@ -3,6 +3,7 @@
 #include "PvBundleImage.h"
 #include "PvThemeWindow.h"
 
+#include <QEvent>
 #include <QFile>
 #include <QPainter>
 
@@ -37,6 +38,7 @@ void PVTexturedFrameView::_loadImages()
     if (m_imagesLoaded)
         return;
     m_imagesLoaded = true;
+    m_imagesDark = pv_pavoBundleImagesAreDark();
     QStringList names = getImageNamesSet();
     if (PvWindowDelegate* d = themeWindow()->delegate())
         if (auto answer = d->texturedWindowGetImageNamesSet(themeWindow()))
@@ -54,8 +56,7 @@ void PVTexturedFrameView::_loadImages()
     }
     updateWindowButtons();
     // The texture decides the text colour of the window, whatever the palette: dark text
-    // on light metal, light text on a dark texture. Set once, it also outlives palette
-    // changes of the application.
+    // on light metal, light text on a dark texture. It is set again when the pictures are.
     if (!m_images[9].image.isNull()) {
         const QImage sample = m_images[9].image.toImage();
         const bool darkTexture
@@ -70,6 +71,20 @@ const std::array<PVTexturedFrameView::Image, PVTexturedFrameView::kImageCount>& 
 {
     _loadImages();
     return m_images;
+}
+
+void PVTexturedFrameView::changeEvent(QEvent* event)
+{
+    const QEvent::Type type = event->type();
+    // Setting the window's text colour sends a palette change too; the darkness test keeps
+    // that from loading again.
+    if (m_imagesLoaded && (type == QEvent::ApplicationPaletteChange || type == QEvent::PaletteChange)
+        && pv_pavoBundleImagesAreDark() != m_imagesDark) {
+        m_imagesLoaded = false;
+        _loadImages();
+        themeWindow()->update();
+    }
+    PvFrameView::changeEvent(event);
 }
 
 void PVTexturedFrameView::showEvent(QShowEvent* event)

@@ -49,9 +49,13 @@ public:
 protected:
     void drawFrame(QPainter& painter) override;
     void showEvent(QShowEvent* event) override;
+    /// Loads the pictures again when the application palette turns from light to dark or
+    /// back, so the framework's own set follows it.
+    void changeEvent(QEvent* event) override;
 
 private:
     void _loadImages();
     std::array<Image, kImageCount> m_images;
     bool m_imagesLoaded = false;
+    bool m_imagesDark = false; // the palette the pictures were loaded for
 };

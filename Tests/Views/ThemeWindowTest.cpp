@@ -1,6 +1,7 @@
 // Themed windows: frame geometry, toolbar arithmetic, dragging, closing guard, textures.
 #include <Pavo/PavoUI.h>
 
+#include <QApplication>
 #include <QTest>
 #include <gtest/gtest.h>
 
@@ -253,4 +254,41 @@ TEST(WindowBevelView, ThreePicturesOrThePalette)
     bevel.setImages({}, {}, {});
     img = bevel.grab().toImage();
     EXPECT_NE(img.pixelColor(50, 1), img.pixelColor(50, 22)); // a shaded bevel
+}
+
+// The framework's pictures come in a light and a dark set, chosen by the application
+// palette; a textured window shown while the palette changes takes the other set and the
+// text colour that reads on it.
+TEST(TexturedWindow, FollowsTheApplicationPaletteBetweenLightAndDark)
+{
+    const QPalette before = QApplication::palette();
+    QPalette dark = before;
+    dark.setColor(QPalette::Window, QColor(0x2b, 0x2d, 0x31));
+    QPalette light = before;
+    light.setColor(QPalette::Window, QColor(0xef, 0xef, 0xef));
+
+    QApplication::setPalette(light);
+    PVTexturedWindow window;
+    window.setTitle("Textured");
+    window.setGeometry(60, 60, 300, 200);
+    window.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    auto centreLightness = [&window] { return window.grab().toImage().pixelColor(150, 120).lightnessF(); };
+    EXPECT_GT(centreLightness(), 0.6);
+    EXPECT_LT(window.palette().color(QPalette::WindowText).lightnessF(), 0.3);
+
+    QApplication::setPalette(dark);
+    QApplication::processEvents();
+    EXPECT_TRUE(pv_pavoBundleImagePath("PV_TexturedCenter").endsWith("PV_TexturedCenter_dark.png"));
+    // A picture without a dark variant keeps its one picture.
+    EXPECT_EQ(
+        pv_pavoBundleImagePath("PV_BrowserColumnSplitter"), ":/Pavo/Images/PV_BrowserColumnSplitter.png");
+    EXPECT_LT(centreLightness(), 0.35);
+    EXPECT_GT(window.palette().color(QPalette::WindowText).lightnessF(), 0.7);
+
+    QApplication::setPalette(light);
+    QApplication::processEvents();
+    EXPECT_GT(centreLightness(), 0.6);
+    EXPECT_LT(window.palette().color(QPalette::WindowText).lightnessF(), 0.3);
+    QApplication::setPalette(before);
 }
