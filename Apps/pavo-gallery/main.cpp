@@ -9,6 +9,10 @@
 #include <cstdio>
 #include <cstring>
 
+#ifdef PAVO_GALLERY_HAVE_XCB
+#include <xcb/xcb.h>
+#endif
+
 namespace {
 
 void printUsage()
@@ -24,6 +28,19 @@ void printUsage()
               "  --version      print the framework version\n\n"
               "The gallery needs a display (X11 or Wayland). Exit status: 0, or 2 for a wrong\n"
               "command line or no display.");
+}
+
+// Whether the X server named by DISPLAY answers; true when that cannot be tried here.
+bool xDisplayAnswers()
+{
+#ifdef PAVO_GALLERY_HAVE_XCB
+    xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
+    const bool ok = xcb_connection_has_error(connection) == 0;
+    xcb_disconnect(connection);
+    return ok;
+#else
+    return true;
+#endif
 }
 
 int usageError(const QString& message)
@@ -77,6 +94,12 @@ int main(int argc, char** argv)
         std::fputs("pavo-gallery: no display: neither DISPLAY nor WAYLAND_DISPLAY is set.\n"
                    "Start it in a graphical session (or under xvfb-run).\n",
             stderr);
+        return 2;
+    }
+    if (qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")
+        && !xDisplayAnswers()) {
+        std::fprintf(stderr, "pavo-gallery: no display: the X server at DISPLAY=%s does not answer.\n",
+            qgetenv("DISPLAY").constData());
         return 2;
     }
     QApplication app(argc, argv);

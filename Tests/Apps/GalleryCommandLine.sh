@@ -26,4 +26,5 @@ expect 2 'needs a page name' "$gallery" --page
 expect 2 "unknown argument 'Bevel views'" "$gallery" "Bevel views"
 # A known page, but no display: a message and status 2 instead of Qt's abort.
 expect 2 'no display' "$gallery" --page "bevel views"
+expect 2 'DISPLAY=:7331 does not answer' env DISPLAY=:7331 "$gallery"
 exit $failed
