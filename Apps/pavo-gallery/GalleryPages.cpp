@@ -532,17 +532,25 @@ GalleryWindow::GalleryWindow(QWidget* parent)
     h->addWidget(m_stack, 1);
     m_list->setFixedWidth(180);
     // Each page scrolls inside the window instead of being squeezed below the size its
-    // content needs, so the window can be made small.
-    for (const Page& page : pages()) {
+    // content needs, so the window can be made small. A page is built when it is first
+    // shown.
+    m_pages = pages();
+    for (const Page& page : std::as_const(m_pages)) {
         m_list->addItem(page.title);
         auto* scroll = new QScrollArea;
         scroll->setWidgetResizable(true);
         scroll->setFrameShape(QFrame::NoFrame);
-        scroll->setWidget(page.make());
         m_stack->addWidget(scroll);
     }
     setMinimumSize(420, 300);
-    connect(m_list, &QListWidget::currentRowChanged, m_stack, &QStackedWidget::setCurrentIndex);
+    connect(m_list, &QListWidget::currentRowChanged, this, [this](int row) {
+        auto* scroll = qobject_cast<QScrollArea*>(m_stack->widget(row));
+        if (!scroll)
+            return;
+        if (!scroll->widget())
+            scroll->setWidget(m_pages[row].make());
+        m_stack->setCurrentIndex(row);
+    });
     connect(m_dark, &QCheckBox::toggled, this, &GalleryWindow::setDark);
     m_list->setCurrentRow(0);
     setDark(false);

@@ -43,6 +43,7 @@ public:
     void setDark(bool dark);
 
 private:
+    QList<Page> m_pages;
     QListWidget* m_list;
     QStackedWidget* m_stack;
     QCheckBox* m_dark;

@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QScrollArea>
 #include <QScrollBar>
+#include <QStackedWidget>
 #include <QTest>
 #include <gtest/gtest.h>
 
@@ -68,7 +69,8 @@ TEST(Gallery, RendersEveryPageInBothPalettes)
     EXPECT_FALSE(tip->isVisible());
     window.setDark(false);
 }
-// In a small window the pages keep the size their content needs and scroll.
+// Pages are built when first shown; in a small window they keep the size their content
+// needs and scroll.
 TEST(Gallery, PagesScrollInASmallWindow)
 {
     PavoGallery::GalleryWindow window;
@@ -76,6 +78,13 @@ TEST(Gallery, PagesScrollInASmallWindow)
     window.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
     EXPECT_LE(window.width(), 560);
+    auto built = [&window] {
+        int n = 0;
+        for (const QScrollArea* area : window.findChildren<QScrollArea*>())
+            n += area->widget() && qobject_cast<QStackedWidget*>(area->parentWidget()) ? 1 : 0;
+        return n;
+    };
+    EXPECT_EQ(built(), 1); // pages are built when first shown
     int scrolled = 0;
     for (int i = 0; i < window.pageCount(); ++i) {
         window.showPage(i);
