@@ -1,9 +1,9 @@
 # Writes the manual pages of a command-line tool from its own help text, so that the two
 # never disagree. Run as a script:
-#   cmake -DTOOL=<program> -DNAME=<name> -DVERSION=<text> -DCOMMANDS=<a,b,...> -DOUT_DIR=<dir>
+#   cmake -DTOOL=<program> -DNAME=<name> -DVERSION=<text> -DOUT_DIR=<dir> [-DSTAMP=<file>]
 #         -P PavoManPage.cmake
-# "<program> help" gives the page <name>.1, "<program> help <command>" the page
-# <name>-<command>.1. The help text is laid out like a manual page already: headings in
+# "<program> help" gives the page <name>.1, and for every command its COMMANDS section
+# names, "<program> help <command>" gives the page <name>-<command>.1. The help text is laid out like a manual page already: headings in
 # capitals at the start of a line, their text indented by four blanks. The text keeps its
 # line breaks (it is aligned in columns); only the NAME line is set as man(7) wants it.
 
@@ -78,7 +78,20 @@ function(pavo_write_page args page_name see_also)
   file(WRITE ${OUT_DIR}/${page_name}.1 "${roff}")
 endfunction()
 
-string(REPLACE "," ";" COMMANDS "${COMMANDS}")
+# The commands are the first words of the lines of the COMMANDS section of the main help.
+execute_process(COMMAND ${TOOL} help RESULT_VARIABLE rc OUTPUT_VARIABLE main_help)
+string(REGEX MATCH "\nCOMMANDS\n(.*)" commands_section "${main_help}")
+string(REGEX REPLACE "\n[A-Z][A-Z ]*\n.*" "" commands_section "${CMAKE_MATCH_1}")
+string(REGEX MATCHALL "(^|\n)    [a-z][a-z0-9-]*" words "${commands_section}")
+set(COMMANDS "")
+foreach(word IN LISTS words)
+  string(STRIP "${word}" word)
+  list(APPEND COMMANDS ${word})
+endforeach()
+if(NOT COMMANDS)
+  message(FATAL_ERROR "${TOOL} help names no COMMANDS")
+endif()
+file(REMOVE_RECURSE ${OUT_DIR})
 string(REPLACE "-" "\\-" roff_name "${NAME}")
 set(refs "")
 foreach(cmd IN LISTS COMMANDS)
@@ -90,3 +103,6 @@ pavo_write_page("help" "${NAME}" "${refs}")
 foreach(cmd IN LISTS COMMANDS)
   pavo_write_page("help;${cmd}" "${NAME}-${cmd}" "\\fB${roff_name}\\fR(1)")
 endforeach()
+if(STAMP)
+  file(TOUCH ${STAMP})
+endif()
