@@ -86,6 +86,16 @@ enum : uint32_t {
     kAudioFilePropertyDataOffset = PvFourCC("doff"),
     /// The IDs of the user data present (uint32_t each, in order of first appearance).
     kAudioFilePropertyChunkIDs = PvFourCC("chid"),
+    /// Bytes of audio data the header declares (uint64_t): the size of the WAVE 'data'
+    /// chunk (or its RF64 'ds64' entry), the sound of the AIFF 'SSND' chunk as far as
+    /// the frame count of 'COMM' reaches, the CAF 'data' chunk less its edit count.
+    /// Data that runs to the end of the file by definition declares what is present.
+    kAudioFilePropertyDeclaredDataByteCount = PvFourCC("ddcl"),
+    /// Of the declared bytes, those the file holds (uint64_t). Less than the declared
+    /// count when the file was cut short; the audio data (kAudioFilePropertyAudioDataByteCount)
+    /// is then what is present, cut to whole packets. After a write both counts are
+    /// the audio data's size, which the header then declares.
+    kAudioFilePropertyPresentDataByteCount = PvFourCC("dprs"),
 };
 
 /// Permissions of AudioFileOpenPath.
