@@ -58,6 +58,10 @@ public:
     /// Samples are stored big-endian (every type but 'WAVE').
     bool swapped() const { return m_io.Swapped(); }
     uint64_t frames() const { return m_frames; }
+    /// Bytes of audio data the header declares, and those the file holds (fewer when the
+    /// file was cut short).
+    uint64_t declaredDataBytes() const { return m_io.DeclaredDataBytes(); }
+    uint64_t presentDataBytes() const { return m_io.PresentDataBytes(); }
 
     /// Reads up to `count` frames from `start` into `out` (count x channels floats);
     /// `*got` receives the number read (0 at the end). Frames not read are silence.

@@ -36,6 +36,8 @@ bool inspectFile(const QString& path, FileReport* r, bool decodeTagging)
     r->bigEndian = file.swapped();
     r->sampleRate = file.sampleRate();
     r->frames = file.frames();
+    r->declaredBytes = file.declaredDataBytes();
+    r->presentBytes = file.presentDataBytes();
     if ((e = file.listChunks(r->chunks)) != noErr) {
         r->error = e;
         r->failedStep = QStringLiteral("cannot list chunks");
@@ -105,6 +107,10 @@ QString reportText(const FileReport& r)
     t += QStringLiteral("  duration:      %1 (%2 s)\n")
              .arg(durationText(r.seconds()))
              .arg(r.seconds(), 0, 'f', 3);
+    if (r.truncated())
+        t += QStringLiteral("  truncated:     the data chunk declares %1 bytes, the file holds %2\n")
+                 .arg(r.declaredBytes)
+                 .arg(r.presentBytes);
     QStringList ids;
     for (const ChunkEntry& c : r.chunks)
         ids << QStringLiteral("'%1' (%2 bytes)").arg(fourCCText(c.id)).arg(c.size);
@@ -154,6 +160,9 @@ QJsonObject reportJson(const FileReport& r)
     o[QStringLiteral("sampleRate")] = r.sampleRate;
     o[QStringLiteral("frames")] = double(r.frames);
     o[QStringLiteral("seconds")] = r.seconds();
+    o[QStringLiteral("truncated")] = r.truncated();
+    o[QStringLiteral("declaredDataBytes")] = double(r.declaredBytes);
+    o[QStringLiteral("presentDataBytes")] = double(r.presentBytes);
     QJsonArray chunks;
     for (const ChunkEntry& c : r.chunks) {
         QJsonObject j;

@@ -34,12 +34,16 @@ struct FileReport {
     bool bigEndian = false;
     double sampleRate = 0;
     uint64_t frames = 0;
+    uint64_t declaredBytes = 0; ///< audio data the header declares
+    uint64_t presentBytes = 0; ///< of that, what the file holds
     std::vector<ChunkEntry> chunks;
     bool tagged = false; ///< a 'basc' chunk is present
     bool taggingDecoded = false;
     uint32_t taggingSize = 0;
     BasicTagging tagging;
     double seconds() const { return sampleRate > 0 ? double(frames) / sampleRate : 0.0; }
+    /// The file was cut short: it holds less audio data than its header declares.
+    bool truncated() const { return presentBytes < declaredBytes; }
 };
 
 /// Opens the file read-only and fills the report; false (with error and failedStep)

@@ -121,7 +121,7 @@ int runScan(const QStringList& args)
     };
     std::map<QString, Halves> halves;
     std::map<QString, int> perContainer;
-    int audioFiles = 0, tagged = 0, other = 0;
+    int audioFiles = 0, tagged = 0, other = 0, damaged = 0;
     double seconds = 0;
     uint64_t frames = 0;
     QJsonArray jsonFiles;
@@ -141,6 +141,7 @@ int runScan(const QStringList& args)
         ++audioFiles;
         ++perContainer[containerName(f.fileType)];
         tagged += f.tagged ? 1 : 0;
+        damaged += f.truncated() ? 1 : 0;
         seconds += f.seconds();
         frames += f.frames;
         const QFileInfo info(f.path);
@@ -158,11 +159,15 @@ int runScan(const QStringList& args)
             QStringList ids;
             for (const ChunkEntry& c : f.chunks)
                 ids << fourCCText(c.id);
-            out(QStringLiteral("%1: %2, %3, %4 ch, %5 Hz, %6%7%8\n")
+            out(QStringLiteral("%1: %2, %3, %4 ch, %5 Hz, %6%7%8%9\n")
                     .arg(f.path, containerName(f.fileType), sampleFormatText(f))
                     .arg(f.channels)
                     .arg(f.sampleRate, 0, 'g', 10)
                     .arg(durationText(f.seconds()))
+                    .arg(f.truncated() ? QStringLiteral(", truncated (%1 of %2 data bytes)")
+                                             .arg(f.presentBytes)
+                                             .arg(f.declaredBytes)
+                                       : QString())
                     .arg(f.tagged ? QStringLiteral(", tagged loop") : QString())
                     .arg(ids.isEmpty() ? QString()
                                        : QStringLiteral(", chunks ") + ids.join(QLatin1Char(' '))));
@@ -193,6 +198,7 @@ int runScan(const QStringList& args)
         totals[QStringLiteral("audioFiles")] = audioFiles;
         totals[QStringLiteral("otherFiles")] = other;
         totals[QStringLiteral("failed")] = failures.count();
+        totals[QStringLiteral("damaged")] = damaged;
         totals[QStringLiteral("taggedLoops")] = tagged;
         totals[QStringLiteral("stereoPairs")] = pairs;
         totals[QStringLiteral("frames")] = double(frames);
@@ -209,7 +215,7 @@ int runScan(const QStringList& args)
         out(QString::fromUtf8(QJsonDocument(doc).toJson(QJsonDocument::Indented)));
     } else {
         out(QStringLiteral("total: %1 audio file(s)%2, %3 tagged loop(s), %4 stereo pair(s), %5 (%6 s); %7 "
-                           "other file(s), %8 failed\n")
+                           "other file(s), %8 failed, %9 damaged\n")
                 .arg(audioFiles)
                 .arg(kinds.isEmpty()
                         ? QString()
@@ -219,7 +225,8 @@ int runScan(const QStringList& args)
                 .arg(durationText(seconds))
                 .arg(seconds, 0, 'f', 3)
                 .arg(other)
-                .arg(failures.count()));
+                .arg(failures.count())
+                .arg(damaged));
     }
     return failures.finish(audioFiles + failures.count());
 }

@@ -48,6 +48,8 @@ void CAuFileIO::resetFields()
     mPermission = -1;
     mAudioFile = nullptr;
     mDataByteCount = 0;
+    mDeclaredByteCount = 0;
+    mPresentByteCount = 0;
     mFileType = 0;
     std::memset(&mFormat, 0, sizeof mFormat);
 }
@@ -104,6 +106,16 @@ OSErr CAuFileIO::Open(unsigned char writable)
     if (err == noErr) {
         size = sizeof mPacketCount;
         err = AudioFileGetProperty(mAudioFile, kAudioFilePropertyAudioDataPacketCount, &size, &mPacketCount);
+    }
+    if (err == noErr) {
+        size = sizeof mDeclaredByteCount;
+        err = AudioFileGetProperty(
+            mAudioFile, kAudioFilePropertyDeclaredDataByteCount, &size, &mDeclaredByteCount);
+    }
+    if (err == noErr) {
+        size = sizeof mPresentByteCount;
+        err = AudioFileGetProperty(
+            mAudioFile, kAudioFilePropertyPresentDataByteCount, &size, &mPresentByteCount);
     }
     if (err != noErr) {
         CloseFileAndInit();

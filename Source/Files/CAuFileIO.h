@@ -84,6 +84,14 @@ public:
     /// Frames of audio: data bytes / ((bitDepth >> 3) x channels) for linear PCM (a
     /// 20-bit file counts 2 bytes per sample here), else packets x frames per packet.
     uint64_t NumFrames() const;
+    /// Bytes of audio data the header declares and, of those, the bytes the file holds
+    /// (the service's kAudioFilePropertyDeclaredDataByteCount and
+    /// kAudioFilePropertyPresentDataByteCount); 0 when closed and for a new file.
+    uint64_t DeclaredDataBytes() const { return mDeclaredByteCount; }
+    uint64_t PresentDataBytes() const { return mPresentByteCount; }
+    /// True when the file was cut short: it holds less audio data than its header
+    /// declares. Reading then yields what is present (NumFrames counts only that).
+    bool Truncated() const { return mPresentByteCount < mDeclaredByteCount; }
     /// frames x channels x (bitDepth >> 3), computed in 32 bits and sign-extended.
     int64_t FramesToBytes(int32_t frames) const;
     /// bytes / ((bitDepth >> 3) x channels); 0 when that divisor is 0.
@@ -131,4 +139,6 @@ public:
 
 private:
     void resetFields();
+    uint64_t mDeclaredByteCount = 0;
+    uint64_t mPresentByteCount = 0;
 };

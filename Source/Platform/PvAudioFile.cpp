@@ -8,8 +8,12 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <cstdio>
+#include <dirent.h>
 #include <fcntl.h>
+#include <functional>
 #include <string>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -119,11 +123,60 @@ bool readWholeFile(const std::string& path, Bytes& out)
     return ok;
 }
 
+/// The start of the names of the temporary files that edits of `path` write: a hash
+/// of the file's name rather than the name itself, so that it fits beside a name of any
+/// length the file system allows, and still tells whose temporary file it is.
+std::string temporaryPrefix(const std::string& path)
+{
+    uint64_t h = 0xCBF29CE484222325ull; // FNV-1a
+    for (const char c : baseOf(path)) {
+        h ^= uint8_t(c);
+        h *= 0x100000001B3ull;
+    }
+    char name[32];
+    std::snprintf(name, sizeof name, ".pvtmp-%016llx-", static_cast<unsigned long long>(h));
+    return name;
+}
+
+/// Removes the temporary files that edits of `path` killed midway left behind. An edit
+/// that is still running holds a lock on its temporary file, which keeps it.
+void removeStaleTemporaries(const std::string& path)
+{
+    const std::string prefix = temporaryPrefix(path);
+    DIR* d = ::opendir(dirOf(path).c_str());
+    if (d == nullptr)
+        return;
+    while (const dirent* e = ::readdir(d)) {
+        const size_t n = std::strlen(e->d_name);
+        if (n != prefix.size() + 6 || std::strncmp(e->d_name, prefix.c_str(), prefix.size()) != 0)
+            continue;
+        const int fd = ::openat(::dirfd(d), e->d_name, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+        if (fd < 0)
+            continue;
+        if (::flock(fd, LOCK_EX | LOCK_NB) == 0)
+            ::unlinkat(::dirfd(d), e->d_name, 0);
+        ::close(fd);
+    }
+    ::closedir(d);
+}
+
+/// Creates the temporary file of an edit of `path`, locked for as long as the edit runs;
+/// `tmp` receives its path. Returns the descriptor, or -1 with errno set.
+int createTemporary(const std::string& path, std::string& tmp)
+{
+    removeStaleTemporaries(path);
+    tmp = dirOf(path) + "/" + temporaryPrefix(path) + "XXXXXX";
+    const int fd = ::mkostemp(tmp.data(), O_CLOEXEC);
+    if (fd >= 0)
+        ::flock(fd, LOCK_EX);
+    return fd;
+}
+
 /// Writes `bytes` to a new file beside `path`, flushes it and renames it over `path`.
 OSStatus replaceFileAtomically(const std::string& path, const Bytes& bytes)
 {
-    std::string tmp = dirOf(path) + "/." + baseOf(path) + ".pvtmp-XXXXXX";
-    const int fd = ::mkostemp(tmp.data(), O_CLOEXEC);
+    std::string tmp;
+    const int fd = createTemporary(path, tmp);
     if (fd < 0)
         return fromErrno(errno);
     if (!writeAll(fd, 0, bytes.data(), bytes.size()) || ::fsync(fd) != 0
@@ -179,6 +232,24 @@ bool isStructural(AudioFileTypeID type, uint32_t id)
 bool hasPad(AudioFileTypeID type)
 {
     return type == kAudioFileAIFFType || type == kAudioFileAIFCType || type == kAudioFileWAVEType;
+}
+
+ChunkSizeForm chunkForm(AudioFileTypeID type)
+{
+    if (type == kAudioFileWAVEType)
+        return ChunkSizeForm::LittleEndian32Padded;
+    return type == kAudioFileCAFType ? ChunkSizeForm::BigEndian64 : ChunkSizeForm::BigEndian32Padded;
+}
+
+bool hasTrailer(const Layout& l)
+{
+    return std::any_of(l.chunks.begin(), l.chunks.end(), [](const Chunk& c) { return c.afterData; });
+}
+
+/// After a rewrite or a header update the header describes exactly the data present.
+void headerMatchesData(Layout& l)
+{
+    l.declaredDataSize = l.presentDataSize = l.dataSize;
 }
 
 Bytes buildHeader(Layout& l, bool shape)
@@ -272,7 +343,10 @@ void copyAttributes(int from, int to)
 /// Rewrites a data-fork container with `chunks` as its metadata: the complete new file
 /// is written beside the old one, flushed, and renamed over it. On failure the old file
 /// and the open handle are untouched.
-OSStatus rewriteFile(OpaqueAudioFileID* af, std::vector<Chunk> chunks)
+/// `beforeCommit`, when given, writes into the new file (its descriptor and data offset)
+/// before it replaces the old one.
+OSStatus rewriteFile(OpaqueAudioFileID* af, std::vector<Chunk> chunks,
+    const std::function<bool(int, uint64_t)>& beforeCommit = nullptr)
 {
     OSStatus err = loadPayloads(af, chunks);
     if (err != noErr)
@@ -284,20 +358,23 @@ OSStatus rewriteFile(OpaqueAudioFileID* af, std::vector<Chunk> chunks)
     const uint64_t pad = hasPad(nl.type) ? (nl.dataSize & 1) : 0;
     if (header.empty())
         return kAudioFileUnsupportedFileTypeError;
-    if (header.size() + nl.dataSize + pad > containerLimit(nl.type))
+    if (nl.end > containerLimit(nl.type))
         return kAudioFileDoesNotAllow64BitDataSizeError;
+    const Bytes trailer = buildTrailer(nl.chunks, chunkForm(nl.type));
 
     struct stat st { };
     if (::fstat(af->fd, &st) != 0)
         return fromErrno(errno);
-    std::string tmp = dirOf(af->path) + "/." + baseOf(af->path) + ".pvtmp-XXXXXX";
-    const int fd = ::mkostemp(tmp.data(), O_CLOEXEC);
+    std::string tmp;
+    const int fd = createTemporary(af->path, tmp);
     if (fd < 0)
         return fromErrno(errno);
     const uint8_t zero = 0;
     bool ok = writeAll(fd, 0, header.data(), header.size())
         && copyRange(af->fd, af->l.dataOffset, fd, nl.dataOffset, nl.dataSize)
-        && (pad == 0 || writeAll(fd, nl.dataOffset + nl.dataSize, &zero, 1));
+        && (pad == 0 || writeAll(fd, nl.dataOffset + nl.dataSize, &zero, 1))
+        && writeAll(fd, nl.dataOffset + nl.dataSize + pad, trailer.data(), trailer.size())
+        && (!beforeCommit || beforeCommit(fd, nl.dataOffset));
     if (ok) {
         ::fchmod(fd, st.st_mode & 07777);
         copyAttributes(af->fd, fd);
@@ -309,6 +386,7 @@ OSStatus rewriteFile(OpaqueAudioFileID* af, std::vector<Chunk> chunks)
         ::unlink(tmp.c_str());
         return err;
     }
+    ::flock(fd, LOCK_UN);
     syncDir(dirOf(af->path));
     ::close(af->fd);
     af->fd = fd;
@@ -317,6 +395,7 @@ OSStatus rewriteFile(OpaqueAudioFileID* af, std::vector<Chunk> chunks)
         Bytes().swap(c.payload);
     }
     nl.canonical = true;
+    headerMatchesData(nl);
     af->l = std::move(nl);
     af->dirty = false;
     return noErr;
@@ -366,14 +445,17 @@ OSStatus finishHeader(OpaqueAudioFileID* af)
         return rewriteFile(af, af->l.chunks);
     const uint64_t pad = hasPad(nl.type) ? (nl.dataSize & 1) : 0;
     const uint8_t zero = 0;
+    const Bytes trailer = buildTrailer(nl.chunks, chunkForm(nl.type));
     if (!writeAll(af->fd, 0, header.data(), header.size())
         || (pad && !writeAll(af->fd, nl.dataOffset + nl.dataSize, &zero, 1))
-        || ::ftruncate(af->fd, off_t(nl.dataOffset + nl.dataSize + pad)) != 0)
+        || !writeAll(af->fd, nl.dataOffset + nl.dataSize + pad, trailer.data(), trailer.size())
+        || ::ftruncate(af->fd, off_t(nl.end)) != 0)
         return fromErrno(errno);
     for (Chunk& c : nl.chunks) {
         c.loaded = false;
         Bytes().swap(c.payload);
     }
+    headerMatchesData(nl);
     af->l = std::move(nl);
     af->dirty = false;
     return noErr;
@@ -467,23 +549,11 @@ OSStatus writeData(AudioFileID af, uint64_t offset, size_t size, const uint8_t* 
     if (end < offset || l.dataOffset + newSize + pad > containerLimit(l.type)
         || newSize > uint64_t(INT64_MAX) / 2)
         return kAudioFileDoesNotAllow64BitDataSizeError;
-    if (!l.canonical) {
-        const OSStatus err = rewriteFile(af, l.chunks);
-        if (err != noErr)
-            return err;
-    }
-    // A write that fails past the end of the data is cut off again, so that no stray
-    // bytes follow what the header describes.
-    auto fail = [&](int e) {
-        const uint64_t oldEnd = l.dataOffset + l.dataSize + (hasPad(l.type) ? (l.dataSize & 1) : 0);
-        if (end > l.dataSize)
-            (void)!::ftruncate(af->fd, off_t(oldEnd));
-        return fromErrno(e);
-    };
-    if (!swapping) {
-        if (!writeAll(af->fd, l.dataOffset + offset, in, size))
-            return fail(errno);
-    } else {
+    // Writes the bytes into the data that begins at `dataOffset` of `fd`; false with
+    // errno set on failure.
+    auto put = [&](int fd, uint64_t dataOffset) {
+        if (!swapping)
+            return writeAll(fd, dataOffset + offset, in, size);
         // Whole samples at a time, in bounded blocks; the bytes of samples that the
         // write covers only in part are read back first.
         constexpr size_t kBlock = 1u << 16;
@@ -494,19 +564,42 @@ OSStatus writeData(AudioFileID af, uint64_t offset, size_t size, const uint8_t* 
             block.assign(size_t(stop - at), 0);
             const uint64_t have = std::min(stop, l.dataSize);
             if ((at < offset || stop > end) && have > at)
-                readAt(af->fd, l.dataOffset + at, block.data(), size_t(have - at));
+                readAt(fd, dataOffset + at, block.data(), size_t(have - at));
             const uint64_t from = std::max(at, offset), to = std::min(stop, end);
             for (uint64_t i = from; i < to; ++i) {
                 const uint64_t k = (i - at) % w;
                 block[size_t(i - at - k + (w - 1 - k))] = in[i - offset];
             }
-            if (!writeAll(af->fd, l.dataOffset + at, block.data(), block.size()))
-                return fail(errno);
+            if (!writeAll(fd, dataOffset + at, block.data(), block.size()))
+                return false;
             at = stop;
         }
+        return true;
+    };
+    // A file laid out otherwise than the builder would is rewritten, and data that grows
+    // would overrun the chunks behind it, which then move in front of it. The bytes go
+    // into the new file before it replaces the old one, so that a failed write leaves
+    // the old file as it was.
+    const bool grows = newSize > l.dataSize;
+    if (!l.canonical || (grows && hasTrailer(l))) {
+        std::vector<Chunk> chunks = l.chunks;
+        for (Chunk& c : chunks)
+            c.afterData = c.afterData && !grows;
+        const OSStatus err = rewriteFile(af, std::move(chunks), put);
+        if (err != noErr)
+            return err;
+    } else if (!put(af->fd, l.dataOffset)) {
+        // A write that fails past the end of the data is cut off again, so that no stray
+        // bytes follow what the header describes.
+        const int e = errno;
+        if (end > l.dataSize)
+            (void)!::ftruncate(
+                af->fd, off_t(l.dataOffset + l.dataSize + (hasPad(l.type) ? (l.dataSize & 1) : 0)));
+        return fromErrno(e);
     }
     if (newSize != l.dataSize) {
         l.dataSize = newSize;
+        headerMatchesData(l);
         af->dirty = true;
     }
     return noErr;
@@ -689,6 +782,8 @@ extern "C" OSStatus AudioFileGetPropertyInfo(
     case kAudioFilePropertyAudioDataByteCount:
     case kAudioFilePropertyAudioDataPacketCount:
     case kAudioFilePropertyDataOffset:
+    case kAudioFilePropertyDeclaredDataByteCount:
+    case kAudioFilePropertyPresentDataByteCount:
         size = 8;
         break;
     case kAudioFilePropertyFileFormat:
@@ -738,6 +833,12 @@ extern "C" OSStatus AudioFileGetProperty(
     case kAudioFilePropertyDataOffset:
         value = l.dataOffset;
         std::memcpy(data, &value, 8);
+        break;
+    case kAudioFilePropertyDeclaredDataByteCount:
+        std::memcpy(data, &l.declaredDataSize, 8);
+        break;
+    case kAudioFilePropertyPresentDataByteCount:
+        std::memcpy(data, &l.presentDataSize, 8);
         break;
     case kAudioFilePropertyChunkIDs: {
         const std::vector<uint32_t> ids = chunkIDs(file);
@@ -936,6 +1037,7 @@ extern "C" OSStatus AudioFileSetUserData(
         fresh.resID = chunks[at].resID;
         fresh.resAttrs = chunks[at].resAttrs;
         fresh.resName = chunks[at].resName;
+        fresh.afterData = chunks[at].afterData;
         chunks[at] = std::move(fresh);
     } else {
         if (file->l.type == kAudioFileSoundDesigner2Type) {
@@ -947,6 +1049,10 @@ extern "C" OSStatus AudioFileSetUserData(
             if (next > INT16_MAX)
                 return kAudioFileInvalidChunkError;
             fresh.resID = int16_t(next);
+        } else {
+            // After the sound data, where readers that stumble over chunks before it never
+            // look.
+            fresh.afterData = true;
         }
         chunks.push_back(std::move(fresh));
     }

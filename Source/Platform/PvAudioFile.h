@@ -16,10 +16,18 @@
 // WAVE, signed elsewhere).
 //
 // User data is the file's metadata chunks (resources for Sound Designer II), addressed by
-// a four-character ID and an index among the chunks of that ID. Every edit that changes
-// the layout of a file writes the complete new file beside the old one, flushes it and
-// renames it over the old one, so that an interrupted edit leaves either the old or the
-// new file, each of them valid.
+// a four-character ID and an index among the chunks of that ID. New chunks go after the
+// audio data (in CAF only once its size is known), where every reader finds the data
+// first; a file whose data grows later has them moved in front of it. Every edit that
+// changes the layout of a file writes the complete new file beside the old one, flushes
+// it and renames it over the old one, so that an interrupted edit leaves either the old
+// or the new file, each of them valid. The new file's temporary name, ".pvtmp-" with a
+// hash of the name, fits beside any name; those that killed edits left behind are
+// removed by the next edit of the same file.
+//
+// Parsers read no further than the container's own size (RIFF, FORM, RF64 'ds64') once
+// the format and the data are found, take an all-zero chunk header as the end, and keep
+// at most a few thousand chunks: zeros that a recorder allocated ahead cost nothing.
 //
 // Threads: calls on one AudioFileID must not overlap; distinct files may be used from
 // distinct threads. The service keeps no process-wide state.
@@ -86,6 +94,16 @@ enum : uint32_t {
     kAudioFilePropertyDataOffset = PvFourCC("doff"),
     /// The IDs of the user data present (uint32_t each, in order of first appearance).
     kAudioFilePropertyChunkIDs = PvFourCC("chid"),
+    /// Bytes of audio data the header declares (uint64_t): the size of the WAVE 'data'
+    /// chunk (or its RF64 'ds64' entry), the sound of the AIFF 'SSND' chunk as far as
+    /// the frame count of 'COMM' reaches, the CAF 'data' chunk less its edit count.
+    /// Data that runs to the end of the file by definition declares what is present.
+    kAudioFilePropertyDeclaredDataByteCount = PvFourCC("ddcl"),
+    /// Of the declared bytes, those the file holds (uint64_t). Less than the declared
+    /// count when the file was cut short; the audio data (kAudioFilePropertyAudioDataByteCount)
+    /// is then what is present, cut to whole packets. After a write both counts are
+    /// the audio data's size, which the header then declares.
+    kAudioFilePropertyPresentDataByteCount = PvFourCC("dprs"),
 };
 
 /// Permissions of AudioFileOpenPath.
@@ -214,8 +232,9 @@ extern "C" OSStatus AudioFileGetUserDataSize(
 extern "C" OSStatus AudioFileGetUserData(
     AudioFileID file, uint32_t userDataID, uint32_t index, uint32_t* ioSize, void* data);
 
-/// Replaces chunk `index` of ID `userDataID` with `size` bytes of `data`, or adds it as a
-/// new chunk when `index` equals the number of such chunks. `size` 0 with null `data`
+/// Replaces chunk `index` of ID `userDataID` with `size` bytes of `data` (in its place),
+/// or adds it as a new chunk after the audio data when `index` equals the number of such
+/// chunks. The format chunk is rewritten as found, byte for byte. `size` 0 with null `data`
 /// removes the chunk. IDs that the container itself uses for its structure ('COMM',
 /// 'SSND', 'fmt ', 'data', 'ds64', 'desc', ...) give kAudioFileInvalidChunkError; a
 /// file open read-only gives kAudioFilePermissionsError.

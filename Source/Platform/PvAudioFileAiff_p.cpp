@@ -48,15 +48,27 @@ OSStatus parseAiff(const Source& src, Layout& l)
     uint32_t frames = 0;
     uint64_t ssndBegin = 0, ssndSize = 0;
     bool ssndSizeChecked = true;
-    // The FORM size is often wrong in files from careless writers: the chunks are walked
-    // up to the end of the file instead.
+    // The walk ends where the FORM says the file ends (recorders leave zeros after it).
+    // Careless writers get the FORM size wrong, so a file whose COMM or SSND lies beyond
+    // that is walked on to its end. An all-zero chunk header is padding too.
+    uint64_t limit = src.size;
+    const uint64_t formEnd = 8 + uint64_t(be32(head + 4));
+    if (formEnd >= 12 && formEnd < limit)
+        limit = formEnd;
+    uint64_t ssndDeclared = 0;
     uint64_t pos = 12;
-    while (pos + 8 <= src.size) {
+    for (size_t headers = 0; pos + 8 <= src.size; ++headers) {
+        if ((pos + 8 > limit || headers >= kMaxChunkHeaders) && haveComm && haveSsnd)
+            break;
+        if (headers >= kMaxChunkHeaders)
+            return kAudioFileInvalidFileError;
         uint8_t ch[8];
         if (!src.read(pos, ch, 8))
             return kAudioFileInvalidFileError;
         const uint32_t id = be32(ch);
         const uint64_t size = be32(ch + 4);
+        if (id == 0 && size == 0)
+            break;
         const uint64_t body = pos + 8;
         const uint64_t avail = src.size - body;
         if (id == kSsnd) {
@@ -69,6 +81,7 @@ OSStatus parseAiff(const Source& src, Layout& l)
             ssndBegin = body + 8 + off;
             // A data chunk cut short (a recording that never finished) is read up to the end.
             ssndSize = std::min<uint64_t>(size - 8 - off, avail - 8 - off);
+            ssndDeclared = size - 8 - off;
             ssndSizeChecked = size <= avail;
             haveSsnd = true;
         } else {
@@ -123,22 +136,35 @@ OSStatus parseAiff(const Source& src, Layout& l)
                     f.mFormatID
                         = (comp | 0x20202020u) == PvFourCC("ulaw") ? PvFourCC("ulaw") : PvFourCC("alaw");
                     f.mBitsPerChannel = 8;
+                } else if (comp == PvFourCC("ima4")) {
+                    // IMA ADPCM: 64 frames in 34 bytes per channel; COMM counts packets.
+                    f.mFormatID = comp;
+                    f.mFramesPerPacket = 64;
+                    f.mBytesPerPacket = 34 * channels;
                 } else {
-                    return kAudioFileUnsupportedDataFormatError;
+                    // Another codec: reported as it is, so that a caller can refuse it.
+                    f.mFormatID = comp;
+                    f.mFramesPerPacket = 0;
                 }
                 if (f.mFormatID == kAudioFormatLinearPCM) {
                     if (!completePCM(f, width))
                         return kAudioFileInvalidFileError;
-                } else {
+                } else if (width != 0) {
                     f.mBytesPerFrame = f.mBytesPerPacket = channels;
                 }
                 l.sampleWidth = width;
+                if (size <= 0xFFFF) {
+                    l.formatChunk.resize(size_t(size));
+                    if (!src.read(body, l.formatChunk.data(), l.formatChunk.size()))
+                        return kAudioFileInvalidFileError;
+                }
                 haveComm = true;
-            } else if (id != kFver) {
+            } else if (id != kFver && l.chunks.size() < kMaxChunks) {
                 Chunk c;
                 c.id = id;
                 c.offset = body;
                 c.size = size;
+                c.afterData = haveSsnd;
                 l.chunks.push_back(std::move(c));
             }
         }
@@ -151,13 +177,17 @@ OSStatus parseAiff(const Source& src, Layout& l)
     l.dataOffset = ssndBegin;
     l.dataSize = 0;
     if (haveSsnd) {
-        const uint64_t frameBytes = l.fmt.mBytesPerFrame;
-        uint64_t size = ssndSize - ssndSize % frameBytes;
+        const uint64_t packetBytes = l.fmt.mBytesPerPacket;
+        uint64_t size = packetBytes ? ssndSize - ssndSize % packetBytes : ssndSize;
         // Writers pad SSND; the frame count of COMM says how much of it is sound.
         // (A frame count of 0 with sound present is a header that was never finished.)
-        if (frames != 0)
-            size = std::min<uint64_t>(size, uint64_t(frames) * frameBytes);
+        l.declaredDataSize = ssndDeclared;
+        if (frames != 0 && packetBytes != 0) {
+            size = std::min<uint64_t>(size, uint64_t(frames) * packetBytes);
+            l.declaredDataSize = std::min<uint64_t>(ssndDeclared, uint64_t(frames) * packetBytes);
+        }
         l.dataSize = size;
+        l.presentDataSize = std::min(l.declaredDataSize, ssndSize);
     } else if (frames != 0) {
         return kAudioFileInvalidFileError;
     }
@@ -171,8 +201,9 @@ OSStatus parseAiff(const Source& src, Layout& l)
     bool same = shape.dataOffset == l.dataOffset && haveSsnd;
     for (size_t i = 0; same && i < l.chunks.size(); ++i)
         same = shape.chunks[i].offset == l.chunks[i].offset;
-    const uint64_t end = l.dataOffset + l.dataSize;
-    l.canonical = same && (end == src.size || (end + 1 == src.size && (l.dataSize & 1)));
+    // A missing pad byte after odd data that ends the file is tolerated.
+    const bool trailing = trailerSize(l.chunks, ChunkSizeForm::BigEndian32Padded) != 0;
+    l.canonical = same && (shape.end == src.size || (!trailing && shape.end == src.size + (l.dataSize & 1)));
     return noErr;
 }
 
@@ -225,28 +256,37 @@ Bytes buildAiff(Layout& l, bool shape)
         putBE32(b, kAifcVersion1);
     }
     Bytes comm;
-    putBE16(comm, f.mChannelsPerFrame);
-    const uint64_t frames = f.mBytesPerFrame ? l.dataSize / f.mBytesPerFrame : 0;
-    putBE32(comm, uint32_t(std::min<uint64_t>(frames, 0xFFFFFFFFu)));
-    putBE16(comm, f.mBitsPerChannel);
-    uint8_t ext[10];
-    toExtended(f.mSampleRate, ext);
-    putBytes(comm, ext, 10);
-    if (aifc) {
-        putBE32(comm, l.compression);
-        const char* name = "";
-        for (const Compression& c : kCompressions)
-            if (c.id == l.compression)
-                name = c.name;
-        const size_t n = std::strlen(name);
-        comm.push_back(uint8_t(n));
-        putBytes(comm, name, n);
-        if ((n + 1) & 1)
-            comm.push_back(0); // the name's Pascal string is padded to an even length
+    const uint64_t frames = f.mBytesPerPacket ? l.dataSize / f.mBytesPerPacket : 0;
+    if (!l.formatChunk.empty()) {
+        // The format as found, down to the compression's name; only the count follows the data.
+        comm = l.formatChunk;
+        if (f.mBytesPerPacket)
+            setBE32(comm, 2, uint32_t(std::min<uint64_t>(frames, 0xFFFFFFFFu)));
+    } else {
+        putBE16(comm, f.mChannelsPerFrame);
+        putBE32(comm, uint32_t(std::min<uint64_t>(frames, 0xFFFFFFFFu)));
+        putBE16(comm, f.mBitsPerChannel);
+        uint8_t ext[10];
+        toExtended(f.mSampleRate, ext);
+        putBytes(comm, ext, 10);
+        if (aifc) {
+            putBE32(comm, l.compression);
+            const char* name = "";
+            for (const Compression& c : kCompressions)
+                if (c.id == l.compression)
+                    name = c.name;
+            const size_t n = std::strlen(name);
+            comm.push_back(uint8_t(n));
+            putBytes(comm, name, n);
+            if ((n + 1) & 1)
+                comm.push_back(0); // the name's Pascal string is padded to an even length
+        }
     }
     putBE32(b, kComm);
     putBE32(b, uint32_t(comm.size()));
     b.insert(b.end(), comm.begin(), comm.end());
+    if (comm.size() & 1)
+        b.push_back(0);
     appendChunks(b, l.chunks, shape, ChunkSizeForm::BigEndian32Padded);
     putBE32(b, kSsnd);
     const uint64_t ssnd = 8 + l.dataSize;
@@ -254,16 +294,33 @@ Bytes buildAiff(Layout& l, bool shape)
     putBE32(b, 0); // offset
     putBE32(b, 0); // block size
     l.dataOffset = b.size();
-    const uint64_t total = b.size() + l.dataSize + (l.dataSize & 1);
-    setBE32(b, 4, uint32_t(total - 8));
+    l.end = placeTrailer(
+        l.chunks, l.dataOffset + l.dataSize + (l.dataSize & 1), ChunkSizeForm::BigEndian32Padded);
+    setBE32(b, 4, uint32_t(l.end - 8));
     return b;
 }
 
 // ---- shared helpers of the service ----------------------------------------------
 
+namespace {
+
+uint64_t chunkHeaderSize(ChunkSizeForm form)
+{
+    return form == ChunkSizeForm::BigEndian64 ? 12 : 8;
+}
+
+uint64_t chunkPad(const Chunk& c, ChunkSizeForm form)
+{
+    return form == ChunkSizeForm::BigEndian64 ? 0 : (c.size & 1);
+}
+
+} // namespace
+
 void appendChunks(Bytes& b, std::vector<Chunk>& chunks, bool shape, ChunkSizeForm form)
 {
     for (Chunk& c : chunks) {
+        if (c.afterData)
+            continue;
         putBE32(b, c.id);
         if (form == ChunkSizeForm::BigEndian64)
             putBE64(b, c.size);
@@ -279,6 +336,46 @@ void appendChunks(Bytes& b, std::vector<Chunk>& chunks, bool shape, ChunkSizeFor
         if ((c.size & 1) && form != ChunkSizeForm::BigEndian64)
             b.push_back(0);
     }
+}
+
+uint64_t trailerSize(const std::vector<Chunk>& chunks, ChunkSizeForm form)
+{
+    uint64_t n = 0;
+    for (const Chunk& c : chunks)
+        if (c.afterData)
+            n += chunkHeaderSize(form) + c.size + chunkPad(c, form);
+    return n;
+}
+
+uint64_t placeTrailer(std::vector<Chunk>& chunks, uint64_t start, ChunkSizeForm form)
+{
+    for (Chunk& c : chunks) {
+        if (!c.afterData)
+            continue;
+        c.offset = start + chunkHeaderSize(form);
+        start = c.offset + c.size + chunkPad(c, form);
+    }
+    return start;
+}
+
+Bytes buildTrailer(const std::vector<Chunk>& chunks, ChunkSizeForm form)
+{
+    Bytes b;
+    for (const Chunk& c : chunks) {
+        if (!c.afterData)
+            continue;
+        putBE32(b, c.id);
+        if (form == ChunkSizeForm::BigEndian64)
+            putBE64(b, c.size);
+        else if (form == ChunkSizeForm::BigEndian32Padded)
+            putBE32(b, uint32_t(c.size));
+        else
+            putLE32(b, uint32_t(c.size));
+        b.insert(b.end(), c.payload.begin(), c.payload.end());
+        if (chunkPad(c, form))
+            b.push_back(0);
+    }
+    return b;
 }
 
 bool saneRate(double rate)

@@ -39,13 +39,22 @@ OSStatus parseCaf(const Source& src, Layout& l)
     l = Layout {};
     l.type = kAudioFileCAFType;
     bool haveDesc = false, haveData = false;
+    // CAF has no size of its own: the walk ends at the file's end, at a data chunk that
+    // runs to it, or at an all-zero chunk header (the zeros recorders leave behind).
     uint64_t pos = 8;
-    while (pos + 12 <= src.size) {
+    for (size_t headers = 0; pos + 12 <= src.size; ++headers) {
+        if (headers >= kMaxChunkHeaders) {
+            if (haveDesc && haveData)
+                break;
+            return kAudioFileInvalidFileError;
+        }
         uint8_t ch[12];
         if (!src.read(pos, ch, 12))
             return kAudioFileInvalidFileError;
         const uint32_t id = be32(ch);
         const int64_t rawSize = int64_t(be64(ch + 4));
+        if (id == 0 && rawSize == 0)
+            break;
         const uint64_t body = pos + 12;
         const uint64_t avail = src.size - body;
         if (id == kData) {
@@ -55,10 +64,13 @@ OSStatus parseCaf(const Source& src, Layout& l)
             if (rawSize == -1) {
                 l.dataSizeUnknown = true;
                 l.dataSize = avail - 4;
+                l.declaredDataSize = l.dataSize;
             } else {
                 // A data chunk cut short is read up to the end of the file.
                 l.dataSize = std::min<uint64_t>(uint64_t(rawSize), avail) - 4;
+                l.declaredDataSize = uint64_t(rawSize) - 4;
             }
+            l.presentDataSize = l.dataSize;
             haveData = true;
             if (rawSize == -1 || uint64_t(rawSize) >= avail)
                 break; // the data runs to the end of the file
@@ -101,11 +113,12 @@ OSStatus parseCaf(const Source& src, Layout& l)
                 f.mBytesPerFrame = f.mFramesPerPacket == 1 ? f.mBytesPerPacket : 0;
             }
             haveDesc = true;
-        } else {
+        } else if (l.chunks.size() < kMaxChunks) {
             Chunk c;
             c.id = id;
             c.offset = body;
             c.size = size;
+            c.afterData = haveData;
             l.chunks.push_back(std::move(c));
         }
         pos = body + size;
@@ -121,7 +134,7 @@ OSStatus parseCaf(const Source& src, Layout& l)
     bool same = haveData && shape.dataOffset == l.dataOffset;
     for (size_t i = 0; same && i < l.chunks.size(); ++i)
         same = shape.chunks[i].offset == l.chunks[i].offset;
-    l.canonical = same && l.dataOffset + l.dataSize == src.size;
+    l.canonical = same && shape.end == src.size;
     return noErr;
 }
 
@@ -167,11 +180,16 @@ Bytes buildCaf(Layout& l, bool shape)
     putBE32(b, f.mFramesPerPacket);
     putBE32(b, f.mChannelsPerFrame);
     putBE32(b, f.mBitsPerChannel);
+    // Data of unknown size runs to the end of the file: nothing can follow it.
+    if (l.dataSizeUnknown)
+        for (Chunk& c : l.chunks)
+            c.afterData = false;
     appendChunks(b, l.chunks, shape, ChunkSizeForm::BigEndian64);
     putBE32(b, kData);
     putBE64(b, l.dataSizeUnknown ? ~uint64_t(0) : l.dataSize + 4);
     putBE32(b, 0); // edit count
     l.dataOffset = b.size();
+    l.end = placeTrailer(l.chunks, l.dataOffset + l.dataSize, ChunkSizeForm::BigEndian64);
     return b;
 }
 

@@ -51,14 +51,27 @@ OSStatus parseWave(const Source& src, Layout& l)
     l.rf64 = magic == kRf64;
     uint64_t ds64Data = 0;
     bool haveDs64 = false, haveFmt = false, haveData = false, dataToEnd = false;
+    // The walk ends where the RIFF says the file ends (recorders leave zeros after it),
+    // unless the format or the data lie beyond that, as with writers that never finish
+    // the RIFF size. An all-zero chunk header is such padding too.
+    uint64_t limit = src.size;
+    const uint64_t riffEnd = 8 + uint64_t(le32(head + 4));
+    if (!l.rf64 && riffEnd >= 12 && riffEnd < limit)
+        limit = riffEnd;
     uint64_t pos = 12;
     bool first = true;
-    while (pos + 8 <= src.size) {
+    for (size_t headers = 0; pos + 8 <= src.size; ++headers) {
+        if ((pos + 8 > limit || headers >= kMaxChunkHeaders) && haveFmt && haveData)
+            break;
+        if (headers >= kMaxChunkHeaders)
+            return kAudioFileInvalidFileError;
         uint8_t ch[8];
         if (!src.read(pos, ch, 8))
             return kAudioFileInvalidFileError;
         const uint32_t id = idAt(ch);
         uint64_t size = le32(ch + 4);
+        if (id == 0 && size == 0)
+            break;
         const uint64_t body = pos + 8;
         const uint64_t avail = src.size - body;
         if (id == kData) {
@@ -70,6 +83,8 @@ OSStatus parseWave(const Source& src, Layout& l)
             l.dataOffset = body;
             // A data chunk cut short (a recording that never finished) is read up to the end.
             l.dataSize = std::min(size, avail);
+            l.declaredDataSize = size;
+            l.presentDataSize = l.dataSize;
             dataToEnd = size >= avail;
             haveData = true;
         } else {
@@ -81,6 +96,9 @@ OSStatus parseWave(const Source& src, Layout& l)
                     return kAudioFileInvalidFileError;
                 ds64Data = le64(d + 8);
                 haveDs64 = true;
+                const uint64_t rf64End = le64(d) + 8;
+                if (le64(d) <= src.size && rf64End >= 12 && rf64End < limit)
+                    limit = rf64End;
             } else if (id == kFmt) {
                 uint8_t f[40] = {};
                 if (size < 16 || !src.read(body, f, std::min<uint64_t>(size, 40)))
@@ -138,12 +156,18 @@ OSStatus parseWave(const Source& src, Layout& l)
                     d.mBytesPerFrame = d.mBytesPerPacket = align;
                 }
                 l.sampleWidth = width;
+                if (size <= 0xFFFF) {
+                    l.formatChunk.resize(size_t(size));
+                    if (!src.read(body, l.formatChunk.data(), l.formatChunk.size()))
+                        return kAudioFileInvalidFileError;
+                }
                 haveFmt = true;
-            } else if (!(first && id == kJunk && size == kReserve)) {
+            } else if (!(first && id == kJunk && size == kReserve) && l.chunks.size() < kMaxChunks) {
                 Chunk c;
                 c.id = id;
                 c.offset = body;
                 c.size = size;
+                c.afterData = haveData;
                 l.chunks.push_back(std::move(c));
             }
         }
@@ -166,8 +190,9 @@ OSStatus parseWave(const Source& src, Layout& l)
     bool same = haveData && shape.dataOffset == l.dataOffset;
     for (size_t i = 0; same && i < l.chunks.size(); ++i)
         same = shape.chunks[i].offset == l.chunks[i].offset;
-    const uint64_t end = l.dataOffset + l.dataSize;
-    l.canonical = same && (end == src.size || (end + 1 == src.size && (l.dataSize & 1)));
+    // A missing pad byte after odd data that ends the file is tolerated.
+    const bool trailing = trailerSize(l.chunks, ChunkSizeForm::LittleEndian32Padded) != 0;
+    l.canonical = same && (shape.end == src.size || (!trailing && shape.end == src.size + (l.dataSize & 1)));
     return noErr;
 }
 
@@ -198,21 +223,25 @@ Bytes buildWave(Layout& l, bool shape)
     const uint32_t width = l.sampleWidth;
     const bool extensible = f.mChannelsPerFrame > 2 || f.mBitsPerChannel != width * 8;
     Bytes fmt;
-    putLE16(fmt, extensible ? kTagExtensible : l.waveTag);
-    putLE16(fmt, f.mChannelsPerFrame);
-    putLE32(fmt, uint32_t(f.mSampleRate));
-    putLE32(fmt, uint32_t(f.mSampleRate) * f.mBytesPerFrame);
-    putLE16(fmt, f.mBytesPerFrame);
-    putLE16(fmt, width * 8);
-    if (extensible) {
-        putLE16(fmt, 22);
-        putLE16(fmt, f.mBitsPerChannel);
-        uint32_t mask = l.waveChannelMask;
-        if (mask == 0 && f.mChannelsPerFrame <= 18 && f.mChannelsPerFrame != 0)
-            mask = (1u << f.mChannelsPerFrame) - 1; // the first speaker positions, in order
-        putLE32(fmt, mask);
-        putLE16(fmt, l.waveTag);
-        putBytes(fmt, kGuidTail, 14);
+    if (!l.formatChunk.empty()) {
+        fmt = l.formatChunk; // the format as found, down to the last byte
+    } else {
+        putLE16(fmt, extensible ? kTagExtensible : l.waveTag);
+        putLE16(fmt, f.mChannelsPerFrame);
+        putLE32(fmt, uint32_t(f.mSampleRate));
+        putLE32(fmt, uint32_t(f.mSampleRate) * f.mBytesPerFrame);
+        putLE16(fmt, f.mBytesPerFrame);
+        putLE16(fmt, width * 8);
+        if (extensible) {
+            putLE16(fmt, 22);
+            putLE16(fmt, f.mBitsPerChannel);
+            uint32_t mask = l.waveChannelMask;
+            if (mask == 0 && f.mChannelsPerFrame <= 18 && f.mChannelsPerFrame != 0)
+                mask = (1u << f.mChannelsPerFrame) - 1; // the first speaker positions, in order
+            putLE32(fmt, mask);
+            putLE16(fmt, l.waveTag);
+            putBytes(fmt, kGuidTail, 14);
+        }
     }
 
     Bytes b;
@@ -226,12 +255,16 @@ Bytes buildWave(Layout& l, bool shape)
     putBE32(b, kFmt);
     putLE32(b, uint32_t(fmt.size()));
     b.insert(b.end(), fmt.begin(), fmt.end());
+    if (fmt.size() & 1)
+        b.push_back(0);
     appendChunks(b, l.chunks, shape, ChunkSizeForm::LittleEndian32Padded);
     putBE32(b, kData);
     const size_t dataSizeAt = b.size();
     putLE32(b, 0);
     l.dataOffset = b.size();
-    const uint64_t riff = l.dataOffset + l.dataSize + (l.dataSize & 1) - 8;
+    constexpr ChunkSizeForm form = ChunkSizeForm::LittleEndian32Padded;
+    l.end = placeTrailer(l.chunks, l.dataOffset + l.dataSize + (l.dataSize & 1), form);
+    const uint64_t riff = l.end - 8;
     l.rf64 = l.rf64 || riff > 0xFFFFFFFFu;
     if (!l.rf64) {
         setLE32(b, 4, uint32_t(riff));

@@ -2,8 +2,10 @@
 // per-format parsers and header builders. Every format reduces a file to the same
 // picture: a stream description, where the audio data lies, and the list of metadata
 // chunks in file order. Builders write the header of a canonical file from that picture:
-// structural chunks, then every metadata chunk, then the audio data last, so that the
-// data can grow without moving anything.
+// structural chunks, the metadata chunks found before the audio data, the audio data,
+// then the metadata chunks kept after it (new chunks go there, where every reader finds
+// the data first). A file whose data grows has its trailing chunks moved in front of
+// the data once, so that the data can then grow without moving anything.
 #pragma once
 
 #include "PvAudioFile.h"
@@ -23,6 +25,7 @@ struct Chunk {
     uint64_t offset = 0; ///< payload offset in the data fork (unused for resources)
     uint64_t size = 0; ///< payload size in bytes
     bool loaded = false; ///< payload holds the bytes
+    bool afterData = false; ///< lies after the audio data
     Bytes payload;
     // Resource fork only: the resource's ID, attributes and name (Pascal string bytes).
     int16_t resID = 0;
@@ -45,6 +48,10 @@ struct Layout {
     bool dataSizeUnknown = false; ///< CAF data chunk of size -1
     uint64_t dataOffset = 0; ///< offset of the first audio byte
     uint64_t dataSize = 0; ///< bytes of audio data
+    uint64_t declaredDataSize = 0; ///< bytes of audio data the header promises
+    uint64_t presentDataSize = 0; ///< of those, the bytes the file holds
+    Bytes formatChunk; ///< payload of 'fmt ' or 'COMM' as found, rewritten unchanged
+    uint64_t end = 0; ///< set by the builders: where the canonical file ends
     std::vector<Chunk> chunks; ///< metadata chunks in file order
     bool canonical = false; ///< the builder would lay the header out exactly as found
     ForkPlace fork = ForkPlace::None; ///< Sound Designer II only
@@ -148,17 +155,28 @@ void toExtended(double value, uint8_t* out);
 
 /// How a container stores a chunk's size after its four-character identifier.
 enum class ChunkSizeForm { BigEndian32Padded, LittleEndian32Padded, BigEndian64 };
-/// Appends every metadata chunk: identifier, size and payload (zeros when `shape` is
-/// true or the payload was never loaded), with a pad byte after an odd payload in
-/// the padded forms. Records each payload's offset in `b`.
+/// Appends every metadata chunk that lies before the audio data: identifier, size and
+/// payload (zeros when `shape` is true or the payload was never loaded), with a pad byte
+/// after an odd payload in the padded forms. Records each payload's offset in `b`.
 void appendChunks(Bytes& b, std::vector<Chunk>& chunks, bool shape, ChunkSizeForm form);
+/// Bytes the chunks after the audio data take, headers and pad bytes included.
+uint64_t trailerSize(const std::vector<Chunk>& chunks, ChunkSizeForm form);
+/// Records the offsets of the chunks after the audio data, which begin at `start`;
+/// returns where they end.
+uint64_t placeTrailer(std::vector<Chunk>& chunks, uint64_t start, ChunkSizeForm form);
+/// The bytes of the chunks after the audio data; their payloads must be loaded.
+Bytes buildTrailer(const std::vector<Chunk>& chunks, ChunkSizeForm form);
+/// Most metadata chunks a parser keeps; a file claiming more is damaged or padded.
+constexpr size_t kMaxChunks = 4096;
+/// Most chunk headers a parser reads before it gives up on the rest of the file.
+constexpr size_t kMaxChunkHeaders = 65536;
 
 // ---- formats --------------------------------------------------------------------
 // parse*: reads the header; returns noErr and fills the layout, or an error result.
 // prepare*: checks a format for a new file and fills the stored-format fields.
-// build*: the header of a canonical file, up to the first audio byte; sets dataOffset
-//         and each chunk's offset. Payloads must be loaded unless `shape` is true, in
-//         which case only the offsets are computed (payload bytes are zeros).
+// build*: the header of a canonical file, up to the first audio byte; sets dataOffset,
+//         end and each chunk's offset (also those of the chunks after the data). Payloads must be loaded
+//         unless `shape` is true, in which case only the offsets are computed (payload bytes are zeros).
 OSStatus parseAiff(const Source& src, Layout& l);
 OSStatus prepareAiff(Layout& l);
 Bytes buildAiff(Layout& l, bool shape);

@@ -549,10 +549,6 @@ TEST_F(AudioFileFormats, DamagedHeadersGiveErrorsNotCrashes)
             kAudioFileInvalidFileError},
         {"aiff frames without SSND", QByteArray("FORM") + be32(0) + "AIFF" + aiffComm(1, 100, 16),
             kAudioFileInvalidFileError},
-        {"aifc unknown codec",
-            QByteArray("FORM") + be32(0) + "AIFC" + "COMM" + be32(24) + be16(1) + be32(0) + be16(16)
-                + QByteArray("\x40\x0E\xAC\x44\x00\x00\x00\x00\x00\x00", 10) + "zzzz" + QByteArray(2, '\0'),
-            kAudioFileUnsupportedDataFormatError},
         {"caf bad version", QByteArray("caff") + be16(2) + be16(0), kAudioFileUnsupportedFileTypeError},
         {"caf data before desc",
             QByteArray("caff") + be16(1) + be16(0) + "data" + be32(~0u) + be32(~0u) + be32(0),

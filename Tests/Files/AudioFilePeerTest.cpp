@@ -422,6 +422,108 @@ TEST_F(AudioFilePeers, ChunksAddedHereAreSeenByLibsndfile)
     }
 }
 
+// Chunks added to finished files leave them readable by the peers: an odd-sized one in
+// AIFF (which sox once misread in front of the data) and a 100 kB one in CAF (which
+// libsndfile did), in every container that has chunks.
+TEST_F(AudioFilePeers, ChunksAddedToFinishedFilesKeepThemReadableInLibsndfileAndSox)
+{
+    const bool sox = haveSox();
+    const std::pair<AudioFileTypeID, const char*> types[] = {{kAudioFileWAVEType, "wav"},
+        {kAudioFileAIFFType, "aiff"}, {kAudioFileAIFCType, "aifc"}, {kAudioFileCAFType, "caf"}};
+    for (const auto& [type, ext] : types) {
+        const std::string file = path(std::string("added.") + ext);
+        SCOPED_TRACE(file);
+        AudioStreamBasicDescription f {};
+        f.mSampleRate = 48000;
+        f.mFormatID = kAudioFormatLinearPCM;
+        f.mFormatFlags = kAudioFormatFlagIsSignedInteger
+            | (type == kAudioFileWAVEType || type == kAudioFileAIFCType
+                    ? 0u
+                    : uint32_t(kAudioFormatFlagIsBigEndian));
+        f.mChannelsPerFrame = 2;
+        f.mBitsPerChannel = 16;
+        AudioFileID af = nullptr;
+        ASSERT_EQ(AudioFileCreatePath(file.c_str(), type, &f, 0, &af), noErr);
+        std::vector<uint8_t> audio(4 * 1001);
+        for (size_t i = 0; i < audio.size(); ++i)
+            audio[i] = uint8_t(i * 13 + (i >> 7));
+        uint32_t n = 1001;
+        ASSERT_EQ(AudioFileWritePackets(af, true, 0, nullptr, 0, &n, audio.data()), noErr);
+        ASSERT_EQ(AudioFileClose(af), noErr);
+        const Samples before = readHere(file);
+
+        ASSERT_EQ(AudioFileOpenPath(file.c_str(), kAudioFileReadWritePermission, 0, &af), noErr);
+        ASSERT_EQ(AudioFileSetUserData(af, PvFourCC("odd "), 0, 7, "1234567"), noErr);
+        const std::vector<uint8_t> big(100000, 0x61);
+        ASSERT_EQ(AudioFileSetUserData(af, PvFourCC("big "), 0, uint32_t(big.size()), big.data()), noErr);
+        const auto dataOffset = property<int64_t>(af, kAudioFilePropertyDataOffset);
+        ASSERT_EQ(AudioFileClose(af), noErr);
+        QFile bytes(QString::fromStdString(file));
+        ASSERT_TRUE(bytes.open(QIODevice::ReadOnly));
+        EXPECT_GT(bytes.readAll().indexOf("big "), dataOffset) << "the new chunks follow the data";
+
+        EXPECT_TRUE(readHere(file) == before);
+        EXPECT_TRUE(readSndfile(file, false) == before) << "other samples than libsndfile";
+        if (sox) {
+            EXPECT_TRUE(readSox(file, false, dir.filePath(QStringLiteral("raw"))) == before)
+                << "other samples than sox";
+        }
+    }
+}
+
+bool haveFfmpeg()
+{
+    return !QStandardPaths::findExecutable(QStringLiteral("ffmpeg")).isEmpty()
+        && !QStandardPaths::findExecutable(QStringLiteral("ffprobe")).isEmpty();
+}
+
+QString run(const QString& program, const QStringList& args)
+{
+    QProcess p;
+    p.start(program, args);
+    EXPECT_TRUE(p.waitForFinished(30000));
+    EXPECT_EQ(p.exitCode(), 0) << p.readAllStandardError().constData();
+    return QString::fromUtf8(p.readAllStandardOutput()).trimmed();
+}
+
+// Files that ffmpeg makes: a mono LFE WAVE keeps its speaker after a chunk edit, and an
+// IMA ADPCM AIFC opens with its codec named (and CAuFileIO refuses it as not PCM).
+TEST_F(AudioFilePeers, FfmpegFilesKeepTheirFormatAndCodecsAreNamed)
+{
+    if (!haveFfmpeg())
+        GTEST_SKIP() << "ffmpeg not installed";
+    const QString lfe = dir.filePath(QStringLiteral("lfe.wav"));
+    run(QStringLiteral("ffmpeg"),
+        {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-f"), QStringLiteral("lavfi"),
+            QStringLiteral("-i"), QStringLiteral("sine=d=0.1"), QStringLiteral("-af"),
+            QStringLiteral("channelmap=channel_layout=LFE"), lfe});
+    const QStringList probe {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-show_entries"),
+        QStringLiteral("stream=channel_layout"), QStringLiteral("-of"), QStringLiteral("csv=p=0"), lfe};
+    const QString layout = run(QStringLiteral("ffprobe"), probe); // "LFE" or "1 channels (LFE)"
+    ASSERT_TRUE(layout.contains(QStringLiteral("LFE"))) << layout.toStdString();
+    AudioFileID af = nullptr;
+    ASSERT_EQ(AudioFileOpenPath(lfe.toUtf8().constData(), kAudioFileReadWritePermission, 0, &af), noErr);
+    ASSERT_EQ(AudioFileSetUserData(af, PvFourCC("basc"), 0, 4, "loop"), noErr);
+    ASSERT_EQ(AudioFileClose(af), noErr);
+    EXPECT_EQ(run(QStringLiteral("ffprobe"), probe), layout);
+
+    const QString ima = dir.filePath(QStringLiteral("ima.aifc"));
+    run(QStringLiteral("ffmpeg"),
+        {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-f"), QStringLiteral("lavfi"),
+            QStringLiteral("-i"), QStringLiteral("sine=d=0.1"), QStringLiteral("-c:a"),
+            QStringLiteral("adpcm_ima_qt"), QStringLiteral("-f"), QStringLiteral("aiff"), ima});
+    ASSERT_EQ(AudioFileOpenPath(ima.toUtf8().constData(), kAudioFileReadPermission, 0, &af), noErr);
+    const auto fmt = property<AudioStreamBasicDescription>(af, kAudioFilePropertyDataFormat);
+    EXPECT_EQ(fmt.mFormatID, PvFourCC("ima4"));
+    EXPECT_EQ(fmt.mFramesPerPacket, 64u);
+    const auto packets = property<uint64_t>(af, kAudioFilePropertyAudioDataPacketCount);
+    EXPECT_EQ((4410 + 63) / 64, packets) << "0.1 s at 44100 Hz in packets of 64 frames";
+    AudioFileClose(af);
+    CAuFileIO io;
+    io.Set(ima.toUtf8().constData(), 0);
+    EXPECT_EQ(io.Open(0), badFileFormat);
+}
+
 } // namespace
 
 namespace {
