@@ -1,4 +1,5 @@
 // pavo-gallery: shows the framework's controls and views with live settings.
+#include "DemoImageProvider.h"
 #include "GalleryPages.h"
 
 #include <Pavo/PavoCore.h>
@@ -105,6 +106,7 @@ int main(int argc, char** argv)
     QApplication app(argc, argv);
     QApplication::setApplicationName("pavo-gallery");
     QApplication::setStyle(QStyleFactory::create("Fusion"));
+    PvResourceProvider::setDefaultResourceProviderClass<PavoGallery::DemoImageProvider>();
     PavoGallery::GalleryWindow window;
     window.resize(980, 640);
     if (!page.isEmpty())

@@ -151,6 +151,12 @@ public:
 
     // ---- accessibility -----------------------------------------------------------
     virtual QAccessible::Role accessibilityRole() const { return QAccessible::StaticText; }
+    /// Whether the value is a number between minValue() and maxValue() that assistive
+    /// technology may read and set (Qt's value interface). Value cells such as sliders
+    /// override the three; the base has no range.
+    virtual bool hasValueRange() const { return false; }
+    virtual double minValue() const { return 0.0; }
+    virtual double maxValue() const { return 0.0; }
     /// The parent reported to assistive technology instead of the control's parent;
     /// not owned, null for none.
     QObject* accessibilityParent() const { return m_accessibilityParent; }

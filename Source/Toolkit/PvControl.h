@@ -106,6 +106,24 @@ public:
     virtual QString accessibilityName() const;
     /// The value as text: the selected cell's value.
     virtual QString accessibilityValue() const;
+    /**
+        The cells assistive technology sees as children of the control, by index: a matrix
+        of 100,000 cells makes an accessible object only for the cells asked for. The base
+        answers none, as a control with one cell speaks for that cell itself (its role,
+        name, value and value range). accessibleCellAt() is null and
+        accessibleIndexOfCell() -1 outside the range.
+    */
+    virtual int accessibleCellCount() const { return 0; }
+    virtual PvCell* accessibleCellAt(int index) const
+    {
+        Q_UNUSED(index);
+        return nullptr;
+    }
+    virtual int accessibleIndexOfCell(const PvCell* cell) const
+    {
+        Q_UNUSED(cell);
+        return -1;
+    }
 
 signals:
     /// Emitted every time the control sends its action (whether a target answered or not).

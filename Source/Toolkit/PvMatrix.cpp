@@ -384,6 +384,17 @@ QRectF PvMatrix::frameOfCell(const PvCell* cell) const
     return getRowColumnOfCell(cell, &row, &column) ? cellFrameAt(row, column) : QRectF();
 }
 
+PvCell* PvMatrix::accessibleCellAt(int index) const
+{
+    return index >= 0 && index < m_rows * m_columns ? m_cells[size_t(index)].get() : nullptr;
+}
+
+int PvMatrix::accessibleIndexOfCell(const PvCell* cell) const
+{
+    int row = -1, column = -1;
+    return getRowColumnOfCell(cell, &row, &column) ? indexOf(row, column) : -1;
+}
+
 // ---- mouse ------------------------------------------------------------------------
 
 void PvMatrix::selectByMouse(int row, int column, Qt::KeyboardModifiers modifiers, bool dragging)

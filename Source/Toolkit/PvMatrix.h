@@ -110,6 +110,10 @@ public:
     QRectF frameOfCell(const PvCell* cell) const override;
     QSize sizeHint() const override;
     QAccessible::Role accessibilityRole() const override { return QAccessible::List; }
+    /// Every cell, in reading order (index = row x numberOfColumns() + column).
+    int accessibleCellCount() const override { return m_rows * m_columns; }
+    PvCell* accessibleCellAt(int index) const override;
+    int accessibleIndexOfCell(const PvCell* cell) const override;
 
 protected:
     void mouseDown(const PvEvent& event) override;

@@ -81,3 +81,27 @@ bool PvResourceProvider::drawImageWithID(int32_t imageID, int state, QPainter& p
     painter.restore();
     return true;
 }
+
+bool PvResourceProvider::drawImageWithID(int32_t imageID, int state, QPainter& painter, const QPointF& point,
+    const QRectF& fromRect, QPainter::CompositionMode operation, qreal fraction)
+{
+    if (imageID == kImage_None)
+        return false;
+    const QPixmap p = imageForID(imageID, state);
+    if (p.isNull())
+        return false;
+    const QRectF whole(QPointF(0, 0), p.deviceIndependentSize());
+    const QRectF part = fromRect.isEmpty() ? whole : fromRect.intersected(whole);
+    if (part.isEmpty())
+        return false;
+    const QPointF origin = point + (part.topLeft() - (fromRect.isEmpty() ? whole : fromRect).topLeft());
+    const qreal ratio = p.devicePixelRatio();
+    const QRectF pixels(part.topLeft() * ratio, part.size() * ratio);
+    painter.save();
+    painter.setCompositionMode(operation);
+    painter.setOpacity(painter.opacity() * std::clamp(fraction, 0.0, 1.0));
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    painter.drawPixmap(QRectF(origin, part.size()), p, pixels);
+    painter.restore();
+    return true;
+}

@@ -69,6 +69,17 @@ public:
         return drawImageWithID(imageID, 0, painter, point);
     }
 
+    /// Draws the part fromRect (in points, in the picture's own coordinates, top-left
+    /// origin) of the picture with that part's top-left corner at point, at its size in
+    /// points: how a level meter shows the lit length of its strip. The part is clipped to
+    /// the picture (the clipped-off side moves point along, so what is drawn stays where
+    /// it would have been); an empty fromRect means the whole picture. On a pixmap with a
+    /// device pixel ratio of 2 the part covers twice as many pixels each way, so it stays
+    /// sharp. Returns whether something was drawn.
+    bool drawImageWithID(int32_t imageID, int state, QPainter& painter, const QPointF& point,
+        const QRectF& fromRect, QPainter::CompositionMode operation = QPainter::CompositionMode_SourceOver,
+        qreal fraction = 1.0);
+
     /// Draws the picture stretched into rect (the stretchable pictures of tracks and frames).
     bool drawImageWithID(int32_t imageID, int state, QPainter& painter, const QRectF& rect,
         QPainter::CompositionMode operation = QPainter::CompositionMode_SourceOver, qreal fraction = 1.0);

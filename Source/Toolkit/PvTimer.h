@@ -70,6 +70,10 @@ public:
     /// selector(PvTimer*) on target. Repeats unless repeats is false.
     PvTimer(double interval, QObject* target, const QByteArray& selector, const QVariant& userInfo = {},
         bool repeats = true);
+    /// A boolean or number right after the selector would silently become the user info
+    /// and leave the timer repeating; say QVariant(...) for such user info, or give
+    /// repeats after it.
+    PvTimer(double interval, QObject* target, const QByteArray& selector, bool userInfoOrRepeats) = delete;
     /// The same with a callback guarded by context (no call once context is destroyed).
     PvTimer(double interval, QObject* context, PvTimerProxy::Callback callback, bool repeats = true,
         const QVariant& userInfo = {});

@@ -217,4 +217,63 @@ TEST(ResourceProvider, BaseDrawsNothingAndHostClassReplacesIt)
     EXPECT_EQ(dynamic_cast<HostProvider*>(PvResourceProvider::defaultResourceProvider()), nullptr);
 }
 
+namespace {
+
+// Image 8: 20 x 10 points whose red channel is 10 x the point column; state 0 at ratio 1,
+// state 1 at ratio 2 with the odd pixel columns green, so a blurred or shifted copy shows.
+class StripProvider : public PvResourceProvider {
+public:
+    QPixmap imageForID(int32_t id, int state) override
+    {
+        if (id != 8)
+            return {};
+        const int ratio = state == 1 ? 2 : 1;
+        QImage img(20 * ratio, 10 * ratio, QImage::Format_ARGB32_Premultiplied);
+        for (int x = 0; x < img.width(); ++x)
+            for (int y = 0; y < img.height(); ++y)
+                img.setPixelColor(x, y, QColor(x / ratio * 10, ratio == 2 && x % 2 ? 255 : 0, 0));
+        QPixmap p = QPixmap::fromImage(img);
+        p.setDevicePixelRatio(ratio);
+        return p;
+    }
+};
+
+} // namespace
+
+TEST(ResourceProvider, DrawsAPartOfAPictureAtRatioOneAndTwo)
+{
+    StripProvider provider;
+    for (int ratio : {1, 2}) {
+        SCOPED_TRACE(ratio);
+        QImage canvas(40 * ratio, 20 * ratio, QImage::Format_ARGB32_Premultiplied);
+        canvas.setDevicePixelRatio(ratio);
+        canvas.fill(Qt::white);
+        {
+            QPainter p(&canvas);
+            // Points 10 to 14 of the picture, drawn from point 3.
+            EXPECT_TRUE(provider.drawImageWithID(8, ratio - 1, p, QPointF(3, 3), QRectF(10, 0, 5, 5)));
+            // A part hanging off the left edge: what remains stays where it would have been.
+            EXPECT_TRUE(provider.drawImageWithID(8, ratio - 1, p, QPointF(20, 10), QRectF(-2, 0, 5, 5)));
+            EXPECT_FALSE(provider.drawImageWithID(8, ratio - 1, p, QPointF(0, 0), QRectF(30, 0, 5, 5)));
+            EXPECT_TRUE(provider.drawImageWithID(8, ratio - 1, p, QPointF(30, 0), QRectF(0, 0, 1, 1),
+                QPainter::CompositionMode_SourceOver, 0.5));
+        }
+        auto at = [&](int px, int py) { return canvas.pixelColor(px, py); };
+        for (int k = 0; k < 5; ++k) {
+            EXPECT_EQ(at((3 + k) * ratio, 3 * ratio).red(), (10 + k) * 10) << k;
+            if (ratio == 2) { // pixel for pixel: even columns without green, odd ones with
+                EXPECT_EQ(at((3 + k) * 2, 6).green(), 0) << k;
+                EXPECT_EQ(at((3 + k) * 2 + 1, 6).green(), 255) << k;
+            }
+        }
+        EXPECT_EQ(at(8 * ratio, 3 * ratio), QColor(Qt::white)); // 5 points wide
+        EXPECT_EQ(at(3 * ratio, 8 * ratio), QColor(Qt::white)); // 5 points high
+        EXPECT_EQ(at(21 * ratio, 10 * ratio), QColor(Qt::white));
+        EXPECT_EQ(at(22 * ratio, 10 * ratio).red(), 0);
+        EXPECT_EQ(at(24 * ratio, 10 * ratio).red(), 20);
+        EXPECT_EQ(at(25 * ratio, 10 * ratio), QColor(Qt::white));
+        EXPECT_NEAR(at(30 * ratio, 0).green(), 128, 2); // half black over white
+    }
+}
+
 #include "FoundationsTest.moc"

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <type_traits>
 
 namespace {
 
@@ -28,6 +29,12 @@ public:
         }
     }
 };
+
+// A boolean after the selector used to land in the user info and leave the timer repeating.
+static_assert(!std::is_constructible_v<PvTimer, double, QObject*, const char*, bool>);
+static_assert(!std::is_constructible_v<PvTimer, double, QObject*, QByteArray, int>);
+static_assert(std::is_constructible_v<PvTimer, double, QObject*, const char*, QVariant, bool>);
+static_assert(std::is_constructible_v<PvTimer, double, QObject*, PvTimerProxy::Callback, bool>);
 
 } // namespace
 
