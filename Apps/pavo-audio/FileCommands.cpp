@@ -2,6 +2,7 @@
 #include "AudioAccess.h"
 #include "Commands.h"
 #include "Inspect.h"
+#include "Output.h"
 #include "Tool.h"
 
 #include <QFile>
@@ -9,6 +10,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
+#include <cerrno>
 #include <cstdio>
 
 namespace pavoaudio {
@@ -146,16 +148,27 @@ int runChunks(const QStringList& args)
             return std::fflush(stdout) == 0 ? kExitOK : kExitFailures;
         }
         const QString target = parser.value(QStringLiteral("output"));
-        if (pathExists(target) && !force) {
-            failures.add(target, QStringLiteral("not overwritten (use --force)"), dupFNErr);
+        if (sameFile(path, target)) {
+            failures.addText(target, kIsTheInput);
             return failures.finish(1);
         }
-        QFile outFile(target);
-        if (!outFile.open(QIODevice::WriteOnly | QIODevice::Truncate)
+        if (pathExists(target) && !force) {
+            failures.addNotOverwritten(target);
+            return failures.finish(1);
+        }
+        PendingOutput pending;
+        pending.begin(target, force);
+        QFile outFile(pending.temporary());
+        if (!outFile.open(QIODevice::WriteOnly | QIODevice::NewOnly)
             || outFile.write(reinterpret_cast<const char*>(payload.data()), qint64(payload.size()))
                 != qint64(payload.size())
             || !outFile.flush()) {
             failures.addText(target, QStringLiteral("cannot write the payload: ") + outFile.errorString());
+            return failures.finish(1);
+        }
+        outFile.close();
+        if (!pending.commit()) {
+            failures.addErrno(target, QStringLiteral("cannot put the file in place"), errno);
             return failures.finish(1);
         }
         return kExitOK;

@@ -2,7 +2,15 @@
 
 #include <QFileInfo>
 
+#include <QFile>
+
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace pavoaudio {
 
@@ -39,26 +47,121 @@ QString describeResult(OSStatus code)
     return text + QStringLiteral(": unknown result code");
 }
 
-void Failures::add(const QString& file, const QString& what, OSStatus code)
+int errnoFor(OSStatus code)
 {
-    addText(file, what + QStringLiteral(": ") + describeResult(code));
+    switch (code) {
+    case fnfErr:
+    case dirNFErr:
+        return ENOENT;
+    case permErr:
+    case wrPermErr:
+    case kAudioFilePermissionsError:
+        return EACCES;
+    case notAFileErr:
+        return EISDIR;
+    case dskFulErr:
+        return ENOSPC;
+    case kAudioFileDoesNotAllow64BitDataSizeError:
+        return EFBIG;
+    case dupFNErr:
+        return EEXIST;
+    default:
+        return 0;
+    }
+}
+
+QString describeFailure(OSStatus code, int errnum)
+{
+    if (errnum == 0)
+        errnum = errnoFor(code);
+    if (errnum == 0)
+        return describeResult(code);
+    const QString words = QString::fromLocal8Bit(std::strerror(errnum));
+    const char* name = PvResultCodeName(code);
+    return name != nullptr ? QStringLiteral("%1 (%2 %3)").arg(words, QString::fromLatin1(name)).arg(code)
+                           : QStringLiteral("%1 (result code %2)").arg(words).arg(code);
+}
+
+int openErrno(const QString& path)
+{
+    const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0)
+        return errno;
+    struct stat st { };
+    const bool dir = ::fstat(fd, &st) == 0 && S_ISDIR(st.st_mode);
+    ::close(fd);
+    return dir ? EISDIR : 0;
+}
+
+QString displayName(const QString& name, bool* escaped)
+{
+    QString text;
+    bool any = false;
+    for (QChar c : name) {
+        const char16_t u = c.unicode();
+        if (u == '\\') {
+            text += QStringLiteral("\\\\");
+            continue;
+        }
+        if (u >= 0x20 && u != 0x7F) {
+            text += c;
+            continue;
+        }
+        any = true;
+        if (u == '\n')
+            text += QStringLiteral("\\n");
+        else if (u == '\r')
+            text += QStringLiteral("\\r");
+        else
+            text += QStringLiteral("\\x%1").arg(int(u), 2, 16, QLatin1Char('0'));
+    }
+    if (escaped != nullptr)
+        *escaped = any;
+    // Like sha256sum, backslashes are doubled only when the name needed escaping at all.
+    return any ? text : name;
+}
+
+void Failures::add(const QString& file, const QString& what, OSStatus code, int errnum)
+{
+    addText(file, what + QStringLiteral(": ") + describeFailure(code, errnum));
+}
+
+void Failures::addOpen(const QString& file, OSStatus code)
+{
+    add(file, QStringLiteral("cannot open"), code,
+        errnoFor(code) != 0 || code == noErr ? 0 : openErrno(file));
+}
+
+void Failures::addErrno(const QString& file, const QString& what, int errnum)
+{
+    addText(file, what + QStringLiteral(": ") + QString::fromLocal8Bit(std::strerror(errnum)));
+}
+
+void Failures::addNotOverwritten(const QString& file)
+{
+    addText(file, QStringLiteral("exists; not overwritten without --force"));
 }
 
 void Failures::addText(const QString& file, const QString& reason)
 {
-    const QString line = file + QStringLiteral(": ") + reason;
-    err(QStringLiteral("pavo-audio: ") + line + QLatin1Char('\n'));
-    m_lines.push_back(line);
+    err(QStringLiteral("pavo-audio: ") + displayName(file) + QStringLiteral(": ") + reason
+        + QLatin1Char('\n'));
+    m_files.push_back(file);
 }
 
 int Failures::finish(int handled) const
 {
-    if (m_lines.empty())
+    if (m_files.empty())
         return kExitOK;
     if (handled > 1) {
-        err(QStringLiteral("pavo-audio: %1 of %2 failed:\n").arg(m_lines.size()).arg(handled));
-        for (const QString& line : m_lines)
-            err(QStringLiteral("  ") + line + QLatin1Char('\n'));
+        err(QStringLiteral("pavo-audio: %1 of %2 failed").arg(m_files.size()).arg(handled));
+        if (m_files.size() > 1) {
+            QStringList names;
+            for (const QString& f : m_files)
+                names << displayName(f);
+            err(QStringLiteral(": ") + names.join(QStringLiteral(", ")));
+        }
+        err(QStringLiteral("\n"));
     }
     return kExitFailures;
 }
