@@ -243,6 +243,25 @@ EXAMPLES
 
 } // namespace
 
+QStringList commandNames()
+{
+    return {QStringLiteral("info"), QStringLiteral("chunks"), QStringLiteral("convert"),
+        QStringLiteral("stereo"), QStringLiteral("scan"), QStringLiteral("crc")};
+}
+
+bool hasHelp(const QString& command)
+{
+    return commandNames().contains(command);
+}
+
+void printUsage()
+{
+    err(QStringLiteral("Usage: pavo-audio COMMAND [OPTIONS] ARGUMENTS...\n"
+                       "Commands: %1\n"
+                       "Try 'pavo-audio help' or 'pavo-audio help COMMAND'.\n")
+            .arg(commandNames().join(QStringLiteral(", "))));
+}
+
 void printHelp(const QString& command)
 {
     const char* text = kTool;

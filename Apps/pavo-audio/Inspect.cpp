@@ -26,6 +26,7 @@ bool inspectFile(const QString& path, FileReport* r, bool decodeTagging)
     if (e != noErr) {
         r->error = e;
         r->failedStep = QStringLiteral("cannot open");
+        r->sysErrno = errnoFor(e) != 0 ? 0 : openErrno(path);
         return false;
     }
     r->fileType = file.fileType();
@@ -137,7 +138,8 @@ QJsonObject reportJson(const FileReport& r)
     QJsonObject o;
     o[QStringLiteral("file")] = r.path;
     if (r.error != noErr) {
-        o[QStringLiteral("error")] = r.failedStep + QStringLiteral(": ") + describeResult(r.error);
+        o[QStringLiteral("error")]
+            = r.failedStep + QStringLiteral(": ") + describeFailure(r.error, r.sysErrno);
         o[QStringLiteral("resultCode")] = int(r.error);
         return o;
     }

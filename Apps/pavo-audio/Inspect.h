@@ -26,6 +26,7 @@ struct FileReport {
     QString path;
     OSStatus error = noErr; ///< noErr when the file could be read
     QString failedStep; ///< what failed ("cannot open")
+    int sysErrno = 0; ///< the system's reason when it has one
     uint32_t fileType = 0;
     int channels = 0;
     int bits = 0;

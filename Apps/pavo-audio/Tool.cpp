@@ -93,6 +93,25 @@ int openErrno(const QString& path)
     return dir ? EISDIR : 0;
 }
 
+OSStatus resultForErrno(int errnum)
+{
+    switch (errnum) {
+    case ENOENT:
+        return fnfErr;
+    case EACCES:
+    case EPERM:
+        return permErr;
+    case EISDIR:
+        return notAFileErr;
+    case ENOTDIR:
+        return dirNFErr;
+    case ENOSPC:
+        return dskFulErr;
+    default:
+        return ioErr;
+    }
+}
+
 QString displayName(const QString& name, bool* escaped)
 {
     QString text;
@@ -180,22 +199,26 @@ QString fourCCText(uint32_t code)
 
 bool parseFourCC(const QString& text, uint32_t* out)
 {
-    if (text.startsWith(QLatin1String("0x"), Qt::CaseInsensitive) && text.size() > 2 && text.size() <= 10) {
-        bool ok = false;
-        const uint32_t value = text.mid(2).toUInt(&ok, 16);
-        if (ok)
-            *out = value;
-        return ok;
-    }
-    if (text.isEmpty() || text.size() > 4)
-        return false;
     uint32_t value = 0;
-    for (int i = 0; i < 4; ++i) {
-        const QChar c = i < text.size() ? text.at(i) : QLatin1Char(' ');
-        if (c.unicode() < 0x20 || c.unicode() > 0x7E)
-            return false;
-        value = (value << 8) | uint32_t(c.unicode());
+    if (text.size() == 10 && text.startsWith(QLatin1String("0x"), Qt::CaseInsensitive)) {
+        for (qsizetype i = 2; i < 10; ++i) {
+            const int digit = QStringView(text).mid(i, 1).toString().toInt(nullptr, 16);
+            const QChar c = text.at(i);
+            if (!c.isDigit() && !(c.toLower() >= QLatin1Char('a') && c.toLower() <= QLatin1Char('f')))
+                return false;
+            value = (value << 4) | uint32_t(digit);
+        }
+    } else if (text.size() == 4) {
+        for (QChar c : text) {
+            if (c.unicode() < 0x20 || c.unicode() > 0x7E)
+                return false;
+            value = (value << 8) | uint32_t(c.unicode());
+        }
+    } else {
+        return false;
     }
+    if (value == 0)
+        return false;
     *out = value;
     return true;
 }
@@ -321,6 +344,39 @@ bool readTargetOptions(const QCommandLineParser& parser, TargetOptions* target, 
     if (target->isFloat)
         target->bits = 32;
     return true;
+}
+
+bool isOtherAudioName(const QString& fileName)
+{
+    const QByteArray native = fileName.toUtf8();
+    switch (CFileUtilFileTypeFromName(native.constData())) {
+    case 0:
+        break;
+    case kAudioFileAIFFType:
+    case kAudioFileWAVEType:
+    case kAudioFileCAFType:
+    case kAudioFileSoundDesigner2Type:
+        return false;
+    default:
+        return true; // a type of the naming rules that is no container of the tool
+    }
+    static const char* const more[] = {"flac", "ogg", "oga", "opus", "w64", "mp2", "aac", "wma", "ape", "wv",
+        "au", "snd", "voc", "amr", "ac3", "dts", "mka", "aup", "rx2", "rex", "mid", "midi"};
+    const qsizetype dot = fileName.lastIndexOf(QLatin1Char('.'));
+    if (dot < 0)
+        return false;
+    const QString ext = fileName.mid(dot + 1).toLower();
+    for (const char* e : more) {
+        if (ext == QLatin1String(e))
+            return true;
+    }
+    return false;
+}
+
+bool isAudioName(const QString& fileName)
+{
+    return containerFromName(fileName) != 0 || fileName.endsWith(QLatin1String(".aiff"), Qt::CaseInsensitive)
+        || isOtherAudioName(fileName);
 }
 
 bool pathExists(const QString& path)

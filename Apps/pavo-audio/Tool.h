@@ -38,6 +38,10 @@ QString describeFailure(OSStatus code, int errnum = 0);
 /// folder), or 0 when it can.
 int openErrno(const QString& path);
 
+/// The file-system result code closest to an errno value (fnfErr, permErr, ...;
+/// ioErr when none is closer).
+OSStatus resultForErrno(int errnum);
+
 /// A file name as it is shown: control characters escaped as sha256sum does ("\n",
 /// "\r", "\\"; others as "\xHH"). `escaped` tells whether anything was.
 QString displayName(const QString& name, bool* escaped = nullptr);
@@ -74,7 +78,8 @@ private:
 /// A four-character code as text: the four characters when they are printable, else
 /// 0xXXXXXXXX.
 QString fourCCText(uint32_t code);
-/// Parses "basc", "ID3" (padded with blanks) or "0x62617363"; false for anything else.
+/// Parses four printable ASCII characters ("basc", "ID3 ") or 0x and eight hex digits
+/// ("0x62617363"); false for anything else and for 0.
 bool parseFourCC(const QString& text, uint32_t* out);
 
 /// Display name of a container type ("AIFF", "AIFC", "WAVE", "CAF", "SD2").
@@ -89,6 +94,12 @@ QString extensionFor(uint32_t fileType);
 
 /// Prints the manual page of a command ("" for the tool itself).
 void printHelp(const QString& command);
+/// Whether `command` has a manual page.
+bool hasHelp(const QString& command);
+/// The command names.
+QStringList commandNames();
+/// Prints the short usage on standard error.
+void printUsage();
 /// Parses `args` (the command's own, without the program and command names) with the
 /// parser's options plus --help. Returns -1 to go on; otherwise the exit status to
 /// return at once (help printed or usage error reported).
@@ -106,6 +117,13 @@ struct TargetOptions {
 void addTargetOptions(QCommandLineParser& parser);
 /// Reads --format, --bits and --float; false (with the message) when a value is wrong.
 bool readTargetOptions(const QCommandLineParser& parser, TargetOptions* out, QString* message);
+
+/// Whether a file name's extension names audio that the tool does not read: the naming
+/// rules' other types (MP3, MP4, AAC) and the common formats they leave out (FLAC, Ogg,
+/// Wave64, ...).
+bool isOtherAudioName(const QString& fileName);
+/// Whether a file name's extension names any audio file.
+bool isAudioName(const QString& fileName);
 
 /// Whether the path names an existing file or folder (also a dangling link).
 bool pathExists(const QString& path);
