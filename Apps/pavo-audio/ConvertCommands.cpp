@@ -126,19 +126,19 @@ int runConvertImpl(const QStringList& args)
         }
         if (got == 0)
             break;
-        if ((e = mover.write(outFile, frame, got, block)) != noErr) {
-            failures.add(outPath, QStringLiteral("cannot write frame %1").arg(frame), e);
+        if (errno = 0; (e = mover.write(outFile, frame, got, block)) != noErr) {
+            failures.add(outPath, QStringLiteral("cannot write frame %1").arg(frame), e, writeErrno());
             return failures.finish(1);
         }
         frame += got;
     }
     QStringList dropped;
     if ((e = copyChunks(in, outFile, &dropped)) != noErr) {
-        failures.add(outPath, QStringLiteral("cannot copy the chunks"), e);
+        failures.add(outPath, QStringLiteral("cannot copy the chunks"), e, writeErrno());
         return failures.finish(1);
     }
     if ((e = outFile.close()) != noErr) {
-        failures.add(outPath, QStringLiteral("cannot finish the file"), e);
+        failures.add(outPath, QStringLiteral("cannot finish the file"), e, writeErrno());
         return failures.finish(1);
     }
     if (!pending.commit()) {
@@ -258,14 +258,14 @@ OSStatus joinPair(const Pair& p, const TargetOptions& opt, const QString& outDir
             stereo[2 * i] = mono[0][i];
             stereo[2 * i + 1] = mono[1][i];
         }
-        if ((e = mover.write(joined, int64_t(frame), n, stereo)) != noErr) {
-            failures.add(target, QStringLiteral("cannot write frame %1").arg(frame), e);
+        if (errno = 0; (e = mover.write(joined, int64_t(frame), n, stereo)) != noErr) {
+            failures.add(target, QStringLiteral("cannot write frame %1").arg(frame), e, writeErrno());
             return e;
         }
     }
     QStringList dropped;
     if ((e = copyChunks(halves[0], joined, &dropped)) != noErr || (e = joined.close()) != noErr) {
-        failures.add(target, QStringLiteral("cannot finish the file"), e);
+        failures.add(target, QStringLiteral("cannot finish the file"), e, writeErrno());
         return e;
     }
     if (!pending.commit()) {
@@ -469,8 +469,8 @@ OSStatus splitFile(const QString& path, const TargetOptions& opt, const QString&
             mono[s].resize(got);
             for (uint32_t i = 0; i < got; ++i)
                 mono[s][i] = stereo[2 * i + uint32_t(s)];
-            if ((e = mover.write(halves[s], frame, got, mono[s])) != noErr) {
-                failures.add(targets[s], QStringLiteral("cannot write frame %1").arg(frame), e);
+            if (errno = 0; (e = mover.write(halves[s], frame, got, mono[s])) != noErr) {
+                failures.add(targets[s], QStringLiteral("cannot write frame %1").arg(frame), e, writeErrno());
                 return e;
             }
         }
@@ -480,13 +480,13 @@ OSStatus splitFile(const QString& path, const TargetOptions& opt, const QString&
     for (int s = 0; s < 2; ++s) {
         dropped.clear();
         if ((e = copyChunks(in, halves[s], &dropped)) != noErr) {
-            failures.add(targets[s], QStringLiteral("cannot copy the chunks"), e);
+            failures.add(targets[s], QStringLiteral("cannot copy the chunks"), e, writeErrno());
             return e;
         }
     }
     for (int s = 0; s < 2; ++s) {
         if ((e = halves[s].close()) != noErr) {
-            failures.add(targets[s], QStringLiteral("cannot finish the file"), e);
+            failures.add(targets[s], QStringLiteral("cannot finish the file"), e, writeErrno());
             return e;
         }
     }

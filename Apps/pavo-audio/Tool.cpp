@@ -82,6 +82,12 @@ QString describeFailure(OSStatus code, int errnum)
                            : QStringLiteral("%1 (result code %2)").arg(words).arg(code);
 }
 
+int writeErrno()
+{
+    const int e = errno;
+    return e == EFBIG || e == ENOSPC || e == EDQUOT || e == EROFS || e == EIO ? e : 0;
+}
+
 int openErrno(const QString& path)
 {
     const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);

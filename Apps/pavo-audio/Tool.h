@@ -34,6 +34,10 @@ int errnoFor(OSStatus code);
 /// "No such file or directory (fnfErr -43)": the system's words first when there are
 /// some (`errnum`, else errnoFor(code)), then the result code.
 QString describeFailure(OSStatus code, int errnum = 0);
+/// errno after a failed write when it says why in a way worth telling (file too large,
+/// disk or quota full, read-only or failing device), else 0. The service's result
+/// codes leave these conditions unnamed.
+int writeErrno();
 /// Why `path` cannot be opened for reading as the system sees it (EISDIR for a
 /// folder), or 0 when it can.
 int openErrno(const QString& path);
