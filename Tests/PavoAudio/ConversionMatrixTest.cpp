@@ -8,6 +8,7 @@
 #include <QFile>
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <vector>
@@ -35,13 +36,27 @@ TEST(PavoAudioConvert, MatrixOfSampleFormatsAgreesWithSox)
         {"s16.wav", "16", "signed", false}, {"s24.aif", "24", "signed", false},
         {"s32.wav", "32", "signed", false}, {"f32.wav", "32", "floating-point", true},
         {"f64.wav", "64", "floating-point", true}};
+    // Both extremes of every depth and a loud sine, as 32-bit words that sox narrows
+    // (rounding, no dither) into each source.
+    QByteArray raw;
+    for (int i = 0; i < 800; ++i) {
+        const int32_t v = i < 4
+            ? (i & 1 ? INT32_MAX : INT32_MIN)
+            : int32_t(std::lround(2147483000.0 * std::sin(double(i) * 0.0731 * (1 + i % 2))));
+        raw.append(reinterpret_cast<const char*>(&v), 4);
+    }
+    {
+        QFile base(f.path(QStringLiteral("base.raw")));
+        ASSERT_TRUE(base.open(QIODevice::WriteOnly));
+        base.write(raw);
+    }
     for (const Source& s : sources) {
-        // A sine and a full-scale square (both extremes), without dither.
-        ASSERT_TRUE(f.sox({QStringLiteral("-D"), QStringLiteral("-n"), QStringLiteral("-r"),
-            QStringLiteral("8000"), QStringLiteral("-c"), QStringLiteral("2"), QStringLiteral("-b"),
-            QString::fromUtf8(s.bits), QStringLiteral("-e"), QString::fromUtf8(s.encoding),
-            QString::fromUtf8(s.name), QStringLiteral("synth"), QStringLiteral("0.05"),
-            QStringLiteral("sine"), QStringLiteral("440"), QStringLiteral("square"), QStringLiteral("101")}));
+        ASSERT_TRUE(
+            f.sox({QStringLiteral("-D"), QStringLiteral("-t"), QStringLiteral("raw"), QStringLiteral("-e"),
+                QStringLiteral("signed"), QStringLiteral("-b"), QStringLiteral("32"), QStringLiteral("-L"),
+                QStringLiteral("-c"), QStringLiteral("2"), QStringLiteral("-r"), QStringLiteral("8000"),
+                QStringLiteral("base.raw"), QStringLiteral("-b"), QString::fromUtf8(s.bits),
+                QStringLiteral("-e"), QString::fromUtf8(s.encoding), QString::fromUtf8(s.name)}));
     }
     const char* containers[] = {"aiff", "aifc", "wave", "caf", "sd2"};
     const int depths[] = {8, 16, 24, 32, 0}; // 0: 32-bit float
