@@ -112,3 +112,37 @@ TEST(PavoAudioConvert, MatrixOfSampleFormatsAgreesWithSox)
     }
     std::printf("conversion matrix: %d cells equal to sox's reading, %d within a step\n", exact, close);
 }
+
+TEST(PavoAudioConvert, DitherRoundsWithTriangularNoiseInsteadOfTruncating)
+{
+    ToolFolder f;
+    ASSERT_TRUE(f.tone(QStringLiteral("s24.wav"), 1, 24, 8000, 0.5));
+    ASSERT_EQ(f.tool({QStringLiteral("convert"), QStringLiteral("s24.wav"), QStringLiteral("cut.wav"),
+                         QStringLiteral("--bits"), QStringLiteral("16")})
+                  .status,
+        0);
+    ASSERT_EQ(f.tool({QStringLiteral("convert"), QStringLiteral("s24.wav"), QStringLiteral("dith.wav"),
+                         QStringLiteral("--bits"), QStringLiteral("16"), QStringLiteral("--dither")})
+                  .status,
+        0);
+    const std::vector<int32_t> in = words(f.samples(QStringLiteral("s24.wav")));
+    const std::vector<int32_t> cut = words(f.samples(QStringLiteral("cut.wav")));
+    const std::vector<int32_t> dith = words(f.samples(QStringLiteral("dith.wav")));
+    ASSERT_EQ(cut.size(), in.size());
+    ASSERT_EQ(dith.size(), in.size());
+    const double step = 65536.0;
+    double cutBias = 0, ditherBias = 0, worst = 0;
+    int changed = 0;
+    for (size_t i = 0; i < in.size(); ++i) {
+        cutBias += (double(cut[i]) - in[i]) / step;
+        ditherBias += (double(dith[i]) - in[i]) / step;
+        worst = std::max(worst, std::abs(double(dith[i]) - in[i]) / step);
+        changed += dith[i] != cut[i];
+        EXPECT_EQ(dith[i] % 65536, 0);
+    }
+    const double n = double(in.size());
+    EXPECT_NEAR(cutBias / n, -0.5, 0.05); // truncation is half a step low on average
+    EXPECT_NEAR(ditherBias / n, 0.0, 0.05); // rounding with noise is not
+    EXPECT_LE(worst, 1.5);
+    EXPECT_GT(changed, int(n / 4));
+}
