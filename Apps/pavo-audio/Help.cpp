@@ -65,9 +65,10 @@ DESCRIPTION
     For each FILE prints the container, the sample format (bits, integer or float),
     the byte order of the stored samples, the channel count, the sample rate, the
     number of frames and the duration, every chunk with its size, and whether the
-    file is a tagged loop (it carries a 'basc' chunk). The fields of the basic tagging
-    record are shown decoded into host order: two 32-bit header values, five 16-bit
-    values and sixteen 32-bit values, in the order of the record.
+    file is a tagged loop (it carries a 'basc' chunk). The basic tagging record is
+    decoded into host order and each field shown under its name in the record
+    (value1, value2, words[0] to words[4], values[0] to values[15]) with its byte
+    offset and width; what the values mean is up to the applications that tag.
 
 OPTIONS
     --json    print one JSON array with an object per file; a file that cannot be

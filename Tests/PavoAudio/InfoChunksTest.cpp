@@ -128,6 +128,12 @@ TEST(PavoAudioChunks, SetGetListAndRemoveWithoutSilentOverwrites)
     EXPECT_EQ(basc.value(QStringLiteral("header")).toArray().at(1).toInt(), 120000);
     EXPECT_EQ(basc.value(QStringLiteral("shorts")).toArray().at(4).toInt(), 0x0104);
     EXPECT_EQ(basc.value(QStringLiteral("values")).toArray().at(15).toInt(), 1015);
+    // Each field under its name in the record, in the text too.
+    EXPECT_EQ(
+        basc.value(QStringLiteral("fields")).toObject().value(QStringLiteral("words[4]")).toInt(), 0x0104);
+    const QString text = f.tool({QStringLiteral("info"), QStringLiteral("Loop.aif")}).outText();
+    EXPECT_TRUE(text.contains(QStringLiteral("value2:      @4 (32-bit)    120000\n"))) << text.toStdString();
+    EXPECT_TRUE(text.contains(QStringLiteral("values[15]:  @78 (32-bit)   1015\n")));
 
     // Replacing needs --force; the refused edit leaves the file as it was.
     const QByteArray before = readAll(f.path(QStringLiteral("Loop.aif")));
