@@ -106,7 +106,7 @@ int chunksList(QCommandLineParser& parser)
             continue;
         }
         if (files.size() > 1)
-            out(path + QStringLiteral(":\n"));
+            out(displayName(path) + QStringLiteral(":\n"));
         for (const ChunkEntry& c : chunks)
             out(QStringLiteral("%1%2 %3 %4\n")
                     .arg(files.size() > 1 ? QStringLiteral("  ") : QString())

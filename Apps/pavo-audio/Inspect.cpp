@@ -99,7 +99,7 @@ std::vector<TaggingField> taggingFields(const BasicTagging& b)
 QString reportText(const FileReport& r)
 {
     QString t;
-    t += r.path + QStringLiteral(":\n");
+    t += displayName(r.path) + QStringLiteral(":\n");
     t += QStringLiteral("  container:     %1\n").arg(containerName(r.fileType));
     t += QStringLiteral("  sample format: %1\n").arg(sampleFormatText(r));
     t += QStringLiteral("  byte order:    %1\n")

@@ -47,9 +47,30 @@ void PendingOutput::begin(const QString& target, bool replace)
     }
 }
 
+namespace {
+
+/// The AppleDouble file that holds a resource fork where the file system keeps no
+/// extended attributes ("._Name" beside "Name").
+QByteArray sidecarOf(const QString& path)
+{
+    const QFileInfo info(path);
+    const QString name = QStringLiteral("._") + info.fileName();
+    return QFile::encodeName(
+        info.path() == QLatin1String(".") ? name : info.path() + QLatin1Char('/') + name);
+}
+
+} // namespace
+
 bool PendingOutput::commit()
 {
     const QByteArray from = QFile::encodeName(m_temp), to = QFile::encodeName(m_target);
+    // A resource fork kept beside the file moves first, so that the file never
+    // appears under its name without it.
+    const QByteArray forkFrom = sidecarOf(m_temp), forkTo = sidecarOf(m_target);
+    struct stat st { };
+    const bool fork = ::lstat(forkFrom.constData(), &st) == 0;
+    if (fork && ::rename(forkFrom.constData(), forkTo.constData()) != 0)
+        return false;
     int result = 0;
     if (m_replace) {
         result = ::rename(from.constData(), to.constData());
@@ -62,16 +83,23 @@ bool PendingOutput::commit()
                 ::unlink(from.constData());
         }
     }
-    if (result != 0)
+    if (result != 0) {
+        const int why = errno;
+        if (fork)
+            ::rename(forkTo.constData(), forkFrom.constData());
+        errno = why;
         return false;
+    }
     m_done = true;
     return true;
 }
 
 void PendingOutput::discard()
 {
-    if (!m_done && !m_temp.isEmpty())
+    if (!m_done && !m_temp.isEmpty()) {
         ::unlink(QFile::encodeName(m_temp).constData());
+        ::unlink(sidecarOf(m_temp).constData());
+    }
     m_temp.clear();
 }
 

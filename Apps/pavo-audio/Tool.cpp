@@ -159,7 +159,7 @@ void Failures::addOpen(const QString& file, OSStatus code)
 
 void Failures::addErrno(const QString& file, const QString& what, int errnum)
 {
-    addText(file, what + QStringLiteral(": ") + QString::fromLocal8Bit(std::strerror(errnum)));
+    add(file, what, resultForErrno(errnum), errnum);
 }
 
 void Failures::addNotOverwritten(const QString& file)
