@@ -208,9 +208,9 @@ bool parseFourCC(const QString& text, uint32_t* out)
     uint32_t value = 0;
     if (text.size() == 10 && text.startsWith(QLatin1String("0x"), Qt::CaseInsensitive)) {
         for (qsizetype i = 2; i < 10; ++i) {
-            const int digit = QStringView(text).mid(i, 1).toString().toInt(nullptr, 16);
-            const QChar c = text.at(i);
-            if (!c.isDigit() && !(c.toLower() >= QLatin1Char('a') && c.toLower() <= QLatin1Char('f')))
+            const char16_t c = text.at(i).toLower().unicode();
+            const int digit = c >= '0' && c <= '9' ? c - '0' : c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
+            if (digit < 0)
                 return false;
             value = (value << 4) | uint32_t(digit);
         }
