@@ -27,7 +27,7 @@ bool inspectFile(const QString& path, FileReport* r, bool decodeTagging)
     if (e != noErr) {
         r->error = e;
         r->failedStep = QStringLiteral("cannot open");
-        r->sysErrno = errnoFor(e) != 0 ? 0 : openErrno(path);
+        r->sysErrno = openErrno(path);
         return false;
     }
     r->fileType = file.fileType();

@@ -90,7 +90,8 @@ int writeErrno()
 
 int openErrno(const QString& path)
 {
-    const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
+    // Non-blocking: a pipe without a writer must not stop the tool here.
+    const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (fd < 0)
         return errno;
     struct stat st { };
@@ -153,8 +154,9 @@ void Failures::add(const QString& file, const QString& what, OSStatus code, int 
 
 void Failures::addOpen(const QString& file, OSStatus code)
 {
-    add(file, QStringLiteral("cannot open"), code,
-        errnoFor(code) != 0 || code == noErr ? 0 : openErrno(file));
+    // The system's own reason for the path, when it has one, says more than the code
+    // (a loop of links is "not found" to the service).
+    add(file, QStringLiteral("cannot open"), code, openErrno(file));
 }
 
 void Failures::addErrno(const QString& file, const QString& what, int errnum)

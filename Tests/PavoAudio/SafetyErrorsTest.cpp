@@ -112,6 +112,10 @@ TEST(PavoAudioErrors, SayWhatHappenedInTheSystemsWordsOnce)
     // Like sha256sum: control characters escaped, and such a line starts with a backslash.
     EXPECT_TRUE(r.outText().contains(QStringLiteral("\\cbf43926           9  odd\\nname\n")))
         << r.outText().toStdString();
+    r = f.tool(args({"info", "loop", "folder"}));
+    EXPECT_TRUE(r.errText().contains(QStringLiteral("loop: cannot open: Too many levels of symbolic links")))
+        << r.errText().toStdString();
+    EXPECT_TRUE(r.errText().contains(QStringLiteral("folder: cannot open: Is a directory")));
     r = f.tool(args({"info", "odd\nname"}));
     EXPECT_TRUE(r.errText().startsWith(QStringLiteral("pavo-audio: odd\\nname: cannot open:")))
         << r.errText().toStdString();
