@@ -37,7 +37,8 @@ SAFETY
     is written under a hidden temporary name in the target's folder and renamed to its
     name only when complete, so an interrupted command never leaves a partial file
     under that name; chunk edits likewise write the new file beside the old one and
-    rename it over it.
+    rename it over it. A command killed outright may leave its temporary behind, a
+    hidden ".NAME.pvPID-N.part" in the target's folder, which can be deleted.
 
 EXIT STATUS
     0   every file was handled
