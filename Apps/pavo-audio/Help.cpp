@@ -42,8 +42,8 @@ SAFETY
 
 EXIT STATUS
     0   every file was handled
-    1   at least one file failed; the others were still handled and the failures
-        are listed again at the end
+    1   at least one file failed; the others were still handled, and the end
+        says how many failed (and which, when more than one did)
     2   the command line was wrong
 
     An error names the file, what failed, the system's words for it when it has
