@@ -236,6 +236,67 @@ OSStatus AudioAccess::writeDirect(const float* in, int64_t start, uint32_t count
     return err;
 }
 
+bool AudioAccess::hasWords() const
+{
+    const int bytes = bytesPerSample();
+    return isOpen() && (isFloat() ? bytes == 4 : bytes >= 1 && bytes <= 4);
+}
+
+OSStatus AudioAccess::readWords(uint32_t* out, int64_t start, uint32_t count, uint32_t* got)
+{
+    *got = 0;
+    const size_t samples = size_t(count) * size_t(channels());
+    std::memset(out, 0, samples * sizeof(uint32_t));
+    if (!hasWords())
+        return isOpen() ? OSStatus(kAudioFileUnsupportedDataFormatError) : OSStatus(fnOpnErr);
+    if (start < 0)
+        return kAudioFileInvalidPacketOffsetError;
+    const int bytes = bytesPerSample();
+    m_raw.resize(size_t(count) * m_io.mFormat.mBytesPerFrame);
+    uint32_t size = 0;
+    uint32_t packets = count;
+    const OSStatus err
+        = AudioFileReadPackets(m_io.mAudioFile, true, &size, nullptr, start, &packets, m_raw.data());
+    if (err != noErr)
+        return err;
+    const bool big = swapped();
+    // WAVE keeps 8-bit samples unsigned; flipping the top bit makes them signed.
+    const uint32_t flip = bytes == 1 && !big && !isFloat() ? 0x80000000u : 0;
+    const size_t n = size_t(packets) * size_t(channels());
+    const uint8_t* p = m_raw.data();
+    for (size_t i = 0; i < n; ++i, p += bytes) {
+        uint32_t w = 0;
+        for (int b = 0; b < bytes; ++b)
+            w |= uint32_t(p[big ? b : bytes - 1 - b]) << (24 - 8 * b);
+        out[i] = w ^ flip;
+    }
+    *got = packets;
+    return noErr;
+}
+
+OSStatus AudioAccess::writeWords(const uint32_t* in, int64_t start, uint32_t count)
+{
+    if (!hasWords())
+        return isOpen() ? OSStatus(kAudioFileUnsupportedDataFormatError) : OSStatus(fnOpnErr);
+    const int bytes = bytesPerSample();
+    const bool big = swapped();
+    const uint32_t flip = bytes == 1 && !big && !isFloat() ? 0x80000000u : 0;
+    const size_t n = size_t(count) * size_t(channels());
+    m_raw.resize(size_t(count) * m_io.mFormat.mBytesPerFrame);
+    uint8_t* p = m_raw.data();
+    for (size_t i = 0; i < n; ++i, p += bytes) {
+        const uint32_t w = in[i] ^ flip;
+        for (int b = 0; b < bytes; ++b)
+            p[big ? b : bytes - 1 - b] = uint8_t(w >> (24 - 8 * b));
+    }
+    uint32_t packets = count;
+    const OSStatus err = AudioFileWritePackets(
+        m_io.mAudioFile, true, uint32_t(m_raw.size()), nullptr, start, &packets, m_raw.data());
+    if (err == noErr)
+        m_frames = std::max<uint64_t>(m_frames, uint64_t(start) + count);
+    return err;
+}
+
 uint32_t AudioAccess::countChunks(uint32_t id)
 {
     uint32_t n = 0;

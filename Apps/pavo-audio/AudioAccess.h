@@ -54,6 +54,8 @@ public:
     int channels() const { return m_io.NumChannels(); }
     int bits() const { return m_io.BitDepth(); }
     bool isFloat() const { return (m_io.mFormat.mFormatFlags & kAudioFormatFlagIsFloat) != 0; }
+    /// Bytes each stored sample takes.
+    int bytesPerSample() const { return int(m_io.mFormat.mBytesPerFrame / m_io.mFormat.mChannelsPerFrame); }
     double sampleRate() const { return m_io.mFormat.mSampleRate; }
     /// Samples are stored big-endian (every type but 'WAVE').
     bool swapped() const { return m_io.Swapped(); }
@@ -68,6 +70,17 @@ public:
     OSStatus readFloat(float* out, int64_t start, uint32_t count, uint32_t* got);
     /// Writes `count` interleaved float frames at `start`.
     OSStatus writeFloat(const float* in, int64_t start, uint32_t count);
+
+    /// Whether readWords/writeWords serve this file: integer samples of 1 to 4 bytes or
+    /// 32-bit floats.
+    bool hasWords() const;
+    /// Reads up to `count` frames as 32-bit words, the samples' own bits with nothing
+    /// rounded: integers left-justified (a 16-bit -32768 is 0x80000000, 8-bit WAVE bytes
+    /// made signed), floats as their bit pattern. Like readFloat otherwise.
+    OSStatus readWords(uint32_t* out, int64_t start, uint32_t count, uint32_t* got);
+    /// Writes `count` frames of such words: integers keep their top bits (the low ones
+    /// are cut off), floats are stored as they are.
+    OSStatus writeWords(const uint32_t* in, int64_t start, uint32_t count);
 
     /// Every chunk of the file in order of first appearance of its ID.
     OSStatus listChunks(std::vector<ChunkEntry>& out);

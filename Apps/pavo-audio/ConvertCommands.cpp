@@ -2,6 +2,7 @@
 #include "AudioAccess.h"
 #include "Commands.h"
 #include "Inspect.h"
+#include "Output.h"
 #include "Tool.h"
 #include "Transfer.h"
 
@@ -9,6 +10,7 @@
 #include <QFileInfo>
 
 #include <algorithm>
+#include <cerrno>
 #include <map>
 #include <set>
 
@@ -53,11 +55,16 @@ QString layoutText(const Layout& l, int channels, double rate)
         .arg(rate, 0, 'g', 10);
 }
 
-/// Removes what a failed write left behind.
-void discard(AudioAccess& file, const QString& path)
+/// Whether integer samples lose bits on the way to `l` and --dither asks for noise.
+bool dithers(bool dither, const Layout& l, std::initializer_list<const AudioAccess*> sources)
 {
-    file.close();
-    QFile::remove(path);
+    if (!dither || l.isFloat)
+        return false;
+    for (const AudioAccess* a : sources) {
+        if (!a->isFloat() && a->bits() > l.bits)
+            return true;
+    }
+    return false;
 }
 
 int runConvertImpl(const QStringList& args)
@@ -65,6 +72,7 @@ int runConvertImpl(const QStringList& args)
     QCommandLineParser parser;
     addTargetOptions(parser);
     parser.addOption(QCommandLineOption(QStringLiteral("force")));
+    parser.addOption(QCommandLineOption(QStringLiteral("dither")));
     if (const int status = parseCommand(parser, QStringLiteral("convert"), args); status >= 0)
         return status;
     const QStringList pos = parser.positionalArguments();
@@ -83,165 +91,200 @@ int runConvertImpl(const QStringList& args)
     AudioAccess in;
     OSStatus e = in.open(inPath, false);
     if (e != noErr) {
-        failures.add(inPath, QStringLiteral("cannot open"), e);
+        failures.addOpen(inPath, e);
         return failures.finish(1);
     }
     const bool force = parser.isSet(QStringLiteral("force"));
-    if (QFileInfo(inPath).canonicalFilePath() == QFileInfo(outPath).canonicalFilePath()) {
-        failures.addText(outPath, QStringLiteral("is the input file; write to another name"));
+    if (sameFile(inPath, outPath)) {
+        failures.addText(outPath, kIsTheInput);
         return failures.finish(1);
     }
     if (pathExists(outPath) && !force) {
-        failures.add(outPath, QStringLiteral("not overwritten (use --force)"), dupFNErr);
+        failures.addNotOverwritten(outPath);
         return failures.finish(1);
     }
     const Layout l = resolveLayout(opt, in, in.fileType());
+    PendingOutput pending;
+    pending.begin(outPath, force);
     AudioAccess outFile;
-    if ((e = outFile.create(outPath, l.type, in.channels(), l.bits, l.isFloat, in.sampleRate(), force))
+    if ((e = outFile.create(
+             pending.temporary(), l.type, in.channels(), l.bits, l.isFloat, in.sampleRate(), false))
         != noErr) {
         failures.add(outPath,
             QStringLiteral("cannot create (%1)").arg(layoutText(l, in.channels(), in.sampleRate())), e);
         return failures.finish(1);
     }
-    std::vector<float> block(size_t(kBlockFrames) * size_t(in.channels()));
+    SampleMover mover(movesWords({&in}, l.isFloat, l.bits),
+        dithers(parser.isSet(QStringLiteral("dither")), l, {&in}), l.bits);
+    std::vector<uint32_t> block;
     int64_t frame = 0;
     for (;;) {
         uint32_t got = 0;
-        if ((e = in.readFloat(block.data(), frame, kBlockFrames, &got)) != noErr) {
-            discard(outFile, outPath);
+        if ((e = mover.read(in, frame, kBlockFrames, block, &got)) != noErr) {
             failures.add(inPath, QStringLiteral("cannot read frame %1").arg(frame), e);
             return failures.finish(1);
         }
         if (got == 0)
             break;
-        if ((e = outFile.writeFloat(block.data(), frame, got)) != noErr) {
-            discard(outFile, outPath);
-            failures.add(outPath, QStringLiteral("cannot write frame %1").arg(frame), e);
+        if (errno = 0; (e = mover.write(outFile, frame, got, block)) != noErr) {
+            failures.add(outPath, QStringLiteral("cannot write frame %1").arg(frame), e, writeErrno());
             return failures.finish(1);
         }
         frame += got;
     }
     QStringList dropped;
     if ((e = copyChunks(in, outFile, &dropped)) != noErr) {
-        discard(outFile, outPath);
-        failures.add(outPath, QStringLiteral("cannot copy the chunks"), e);
+        failures.add(outPath, QStringLiteral("cannot copy the chunks"), e, writeErrno());
         return failures.finish(1);
     }
     if ((e = outFile.close()) != noErr) {
-        QFile::remove(outPath);
-        failures.add(outPath, QStringLiteral("cannot finish the file"), e);
+        failures.add(outPath, QStringLiteral("cannot finish the file"), e, writeErrno());
+        return failures.finish(1);
+    }
+    if (!pending.commit()) {
+        failures.addErrno(outPath, QStringLiteral("cannot put the file in place"), errno);
         return failures.finish(1);
     }
     out(QStringLiteral("%1 -> %2 (%3, %4 frames)\n")
-            .arg(inPath, outPath, layoutText(l, in.channels(), in.sampleRate()))
+            .arg(displayName(inPath), displayName(outPath), layoutText(l, in.channels(), in.sampleRate()))
             .arg(frame));
     if (!dropped.isEmpty())
         err(QStringLiteral("pavo-audio: %1: %2 cannot carry chunk(s) %3; left out\n")
-                .arg(outPath, containerName(l.type), dropped.join(QStringLiteral(", "))));
+                .arg(displayName(outPath), containerName(l.type), dropped.join(QStringLiteral(", "))));
     return kExitOK;
 }
 
 // ---- stereo ----------------------------------------------------------------------
 
-/// The extension a joined file gets: the one of the suffix row when it names the
-/// target container, none for Sound Designer II names without one, else the
-/// container's own.
-QString joinedExtension(int stereoIndex, uint32_t type)
+/// The extension a joined file gets: the one after the suffix or of the suffix row when
+/// it names the target container, none for Sound Designer II names without one, else
+/// the container's own.
+QString joinedExtension(const StereoName& half, uint32_t type)
 {
-    const tAudioFileType* row = CFileUtilAudioFileType(stereoIndex >> 1);
+    if (!half.extension.isEmpty() && containerFromName(QStringLiteral("x") + half.extension) == type)
+        return half.extension;
+    const tAudioFileType* row = CFileUtilAudioFileType(half.index >> 1);
     const QString rowExt = row != nullptr ? QString::fromLatin1(row->extension) : QString();
     if (!rowExt.isEmpty() && containerFromName(QStringLiteral("x") + rowExt) == type)
         return rowExt;
-    if (rowExt.isEmpty() && type == kAudioFileSoundDesigner2Type)
+    if (rowExt.isEmpty() && half.extension.isEmpty() && type == kAudioFileSoundDesigner2Type)
         return QString();
     return extensionFor(type);
 }
 
 struct Pair {
-    QString left, right;
-    int index = -1; ///< stereo index of the left half
+    QString dir;
+    QString side[2]; ///< paths of the halves found
+    QString name[2]; ///< their file names
+    bool wanted = false; ///< found in a folder given, or a half was named
     bool named = false; ///< a half was named on the command line
 };
 
-OSStatus joinPair(
-    const Pair& p, const TargetOptions& opt, const QString& outDir, bool force, Failures& failures)
+OSStatus joinPair(const Pair& p, const TargetOptions& opt, const QString& outDir, bool force, bool dither,
+    Failures& failures)
 {
     AudioAccess halves[2];
-    const QString paths[2] = {p.left, p.right};
     for (int s = 0; s < 2; ++s) {
-        const OSStatus e = halves[s].open(paths[s], false);
+        const OSStatus e = halves[s].open(p.side[s], false);
         if (e != noErr) {
-            failures.add(paths[s], QStringLiteral("cannot open"), e);
+            failures.addOpen(p.side[s], e);
             return e;
         }
         if (halves[s].channels() != 1) {
-            failures.addText(paths[s],
+            failures.addText(p.side[s],
                 QStringLiteral("has %1 channels; only mono halves are joined").arg(halves[s].channels()));
             return paramErr;
         }
     }
     if (halves[0].sampleRate() != halves[1].sampleRate()) {
-        failures.addText(p.left,
+        failures.addText(p.side[0],
             QStringLiteral("the halves differ in sample rate (%1 and %2 Hz)")
                 .arg(halves[0].sampleRate())
                 .arg(halves[1].sampleRate()));
         return paramErr;
     }
+    if (opt.bits == 0
+        && (halves[0].bits() != halves[1].bits() || halves[0].isFloat() != halves[1].isFloat())) {
+        FileReport r[2];
+        for (int s = 0; s < 2; ++s) {
+            r[s].bits = halves[s].bits();
+            r[s].isFloat = halves[s].isFloat();
+            r[s].fileType = halves[s].fileType();
+        }
+        failures.addText(p.side[0],
+            QStringLiteral(
+                "the halves differ in sample format (%1 and %2); say which to write with --bits or "
+                "--float")
+                .arg(sampleFormatText(r[0]), sampleFormatText(r[1])));
+        return paramErr;
+    }
     const Layout l = resolveLayout(opt, halves[0], halves[0].fileType());
-    const QFileInfo leftInfo(p.left);
-    const QByteArray leftName = leftInfo.fileName().toUtf8();
-    const int position = CFileUtilGetPointExt(leftName.constData());
-    const QString name = QString::fromUtf8(leftName.left(position)) + joinedExtension(p.index, l.type);
-    const QString dir = outDir.isEmpty() ? leftInfo.path() : outDir;
+    const StereoName left = stereoName(p.name[0]);
+    const QString name = left.stem + joinedExtension(left, l.type);
+    const QString dir = outDir.isEmpty() ? p.dir : outDir;
     const QString target = placeIn(dir, force ? name : uniqueName(dir, name, false));
+    for (int s = 0; s < 2; ++s) {
+        if (sameFile(p.side[s], target)) {
+            failures.addText(target, kIsTheInput);
+            return paramErr;
+        }
+    }
+    PendingOutput pending;
+    pending.begin(target, force);
     AudioAccess joined;
-    OSStatus e = joined.create(target, l.type, 2, l.bits, l.isFloat, halves[0].sampleRate(), force);
+    OSStatus e
+        = joined.create(pending.temporary(), l.type, 2, l.bits, l.isFloat, halves[0].sampleRate(), false);
     if (e != noErr) {
         failures.add(
             target, QStringLiteral("cannot create (%1)").arg(layoutText(l, 2, halves[0].sampleRate())), e);
         return e;
     }
+    SampleMover mover(movesWords({&halves[0], &halves[1]}, l.isFloat, l.bits),
+        dithers(dither, l, {&halves[0], &halves[1]}), l.bits);
     const uint64_t frames = std::max(halves[0].frames(), halves[1].frames());
-    std::vector<float> mono[2] = {std::vector<float>(kBlockFrames), std::vector<float>(kBlockFrames)};
-    std::vector<float> stereo(size_t(kBlockFrames) * 2);
+    std::vector<uint32_t> mono[2];
+    std::vector<uint32_t> stereo(size_t(kBlockFrames) * 2);
     for (uint64_t frame = 0; frame < frames; frame += kBlockFrames) {
         const uint32_t n = uint32_t(std::min<uint64_t>(kBlockFrames, frames - frame));
         for (int s = 0; s < 2; ++s) {
             uint32_t got = 0;
-            if ((e = halves[s].readFloat(mono[s].data(), int64_t(frame), n, &got)) != noErr) {
-                discard(joined, target);
-                failures.add(paths[s], QStringLiteral("cannot read frame %1").arg(frame), e);
+            if ((e = mover.read(halves[s], int64_t(frame), n, mono[s], &got)) != noErr) {
+                failures.add(p.side[s], QStringLiteral("cannot read frame %1").arg(frame), e);
                 return e;
             }
         }
+        stereo.resize(size_t(n) * 2);
         for (uint32_t i = 0; i < n; ++i) {
             stereo[2 * i] = mono[0][i];
             stereo[2 * i + 1] = mono[1][i];
         }
-        if ((e = joined.writeFloat(stereo.data(), int64_t(frame), n)) != noErr) {
-            discard(joined, target);
-            failures.add(target, QStringLiteral("cannot write frame %1").arg(frame), e);
+        if (errno = 0; (e = mover.write(joined, int64_t(frame), n, stereo)) != noErr) {
+            failures.add(target, QStringLiteral("cannot write frame %1").arg(frame), e, writeErrno());
             return e;
         }
     }
     QStringList dropped;
     if ((e = copyChunks(halves[0], joined, &dropped)) != noErr || (e = joined.close()) != noErr) {
-        discard(joined, target);
-        failures.add(target, QStringLiteral("cannot finish the file"), e);
+        failures.add(target, QStringLiteral("cannot finish the file"), e, writeErrno());
         return e;
     }
+    if (!pending.commit()) {
+        failures.addErrno(target, QStringLiteral("cannot put the file in place"), errno);
+        return ioErr;
+    }
     out(QStringLiteral("%1 + %2 -> %3 (%4, %5 frames)\n")
-            .arg(p.left, p.right, target, layoutText(l, 2, halves[0].sampleRate()))
+            .arg(displayName(p.side[0]), displayName(p.side[1]), displayName(target),
+                layoutText(l, 2, halves[0].sampleRate()))
             .arg(frames));
     if (halves[0].frames() != halves[1].frames())
         err(QStringLiteral("pavo-audio: %1: the halves differ in length (%2 and %3 frames); the shorter one "
                            "was padded with silence\n")
-                .arg(target)
+                .arg(displayName(target))
                 .arg(halves[0].frames())
                 .arg(halves[1].frames()));
     if (!dropped.isEmpty())
         err(QStringLiteral("pavo-audio: %1: %2 cannot carry chunk(s) %3; left out\n")
-                .arg(target, containerName(l.type), dropped.join(QStringLiteral(", "))));
+                .arg(displayName(target), containerName(l.type), dropped.join(QStringLiteral(", "))));
     return noErr;
 }
 
@@ -253,54 +296,66 @@ int stereoJoin(const QCommandLineParser& parser, const TargetOptions& opt)
     const bool force = parser.isSet(QStringLiteral("force"));
     const QString outDir = parser.value(QStringLiteral("output-dir"));
     Failures failures;
-    std::map<QString, Pair> pairs; // by left path, so each pair is joined once
-    std::set<QString> lonely;
+    // Halves pair up as scan pairs them: by folder, the name before the suffix and the
+    // suffix row. A half named alone finds its partner among the files of its folder.
+    std::map<QString, Pair> pairs;
+    std::map<QString, QStringList> listed;
     int handled = 0;
-    auto consider = [&](const QString& given, bool named) {
-        const QFileInfo info(given);
-        const QString path = placeIn(info.path(), info.fileName()); // one spelling per file
-        const QByteArray name = info.fileName().toUtf8();
-        const int index = CFileUtilHasStereoExtension(name.constData());
-        if (index < 0) {
-            if (named)
-                failures.addText(
-                    path, QStringLiteral("has no stereo suffix (.L/.R, (L)/(R), -L/-R, .wal/.war ...)"));
-            return;
+    auto consider = [&](const QString& dir, const QString& name, bool wanted, bool named) {
+        const StereoName s = stereoName(name);
+        if (!s.isHalf())
+            return false;
+        Pair& p = pairs[dir + QLatin1Char('/') + s.key()];
+        p.dir = dir;
+        const int side = s.index & 1;
+        if (p.name[side].isEmpty() || named) {
+            p.name[side] = name;
+            p.side[side] = placeIn(dir, name);
         }
-        const QString partner = placeIn(info.path(), partnerName(info.fileName()));
-        Pair p;
-        p.left = (index & 1) == 0 ? path : partner;
-        p.right = (index & 1) == 0 ? partner : path;
-        p.index = index & ~1;
-        Pair& slot = pairs[p.left];
-        const bool wasNamed = slot.named;
-        slot = p;
-        slot.named = wasNamed || named;
+        p.wanted = p.wanted || wanted;
+        p.named = p.named || named;
+        return true;
+    };
+    auto filesOf = [&](const QString& dir) -> const QStringList& {
+        auto it = listed.find(dir);
+        if (it == listed.end())
+            it = listed.emplace(dir, QDir(dir).entryList(QDir::Files | QDir::NoDotAndDotDot, QDir::Name))
+                     .first;
+        return it->second;
     };
     for (const QString& item : items) {
-        if (QFileInfo(item).isDir()) {
-            QDir dir(item);
-            const QStringList names = dir.entryList(QDir::Files | QDir::NoDotAndDotDot, QDir::Name);
-            for (const QString& n : names)
-                consider(dir.filePath(n), false);
-        } else {
-            consider(item, true);
+        const QFileInfo info(item);
+        if (info.isDir()) {
+            for (const QString& n : filesOf(item))
+                consider(placeIn(QStringLiteral("."), item), n, true, false);
+            continue;
         }
+        if (!consider(info.path(), info.fileName(), true, true)) {
+            failures.addText(
+                item, QStringLiteral("has no stereo suffix (.L/.R, (L)/(R), -L/-R, .wal/.war ...)"));
+            continue;
+        }
+        for (const QString& n : filesOf(info.path()))
+            consider(info.path(), n, false, false);
     }
-    for (const auto& [left, p] : pairs) {
-        if (!pathExists(p.left) || !pathExists(p.right)) {
-            const QString missing = pathExists(p.left) ? p.right : p.left;
+    for (const auto& [key, p] : pairs) {
+        if (!p.wanted)
+            continue;
+        if (p.name[0].isEmpty() || p.name[1].isEmpty()) {
+            const int present = p.name[0].isEmpty() ? 1 : 0;
+            const QString missing = placeIn(p.dir, partnerName(p.name[present]));
             if (p.named) {
                 ++handled;
-                failures.add(missing, QStringLiteral("the stereo partner is missing"), fnfErr);
+                failures.addText(p.side[present],
+                    QStringLiteral("its stereo partner %1 is missing").arg(displayName(missing)));
             } else {
-                err(QStringLiteral("pavo-audio: %1: no partner; skipped\n")
-                        .arg(pathExists(p.left) ? p.left : p.right));
+                err(QStringLiteral("pavo-audio: %1: no partner (%2); skipped\n")
+                        .arg(displayName(p.side[present]), displayName(missing)));
             }
             continue;
         }
         ++handled;
-        joinPair(p, opt, outDir, force, failures);
+        joinPair(p, opt, outDir, force, parser.isSet(QStringLiteral("dither")), failures);
     }
     if (handled == 0 && failures.empty())
         out(QStringLiteral("no stereo pairs found\n"));
@@ -340,12 +395,12 @@ int splitRow(const QString& style, uint32_t type)
 }
 
 OSStatus splitFile(const QString& path, const TargetOptions& opt, const QString& style, const QString& outDir,
-    bool force, Failures& failures)
+    bool force, bool dither, Failures& failures)
 {
     AudioAccess in;
     OSStatus e = in.open(path, false);
     if (e != noErr) {
-        failures.add(path, QStringLiteral("cannot open"), e);
+        failures.addOpen(path, e);
         return e;
     }
     if (in.channels() != 2) {
@@ -365,68 +420,89 @@ OSStatus splitFile(const QString& path, const TargetOptions& opt, const QString&
     if (!CFileUtilCutKnownAudioFileExtension(base.data()))
         CFileUtilCutExtension(base.data(), nullptr);
     base.truncate(qsizetype(qstrlen(base.constData())));
-    char left[8] = {}, right[8] = {};
+    char left[8] = {};
     CFileUtilGetStereoExtension(left, 2 * row);
-    CFileUtilGetStereoExtension(right, 2 * row + 1);
+    // Rows without an extension of their own belong to Sound Designer II; other
+    // containers get theirs after the suffix.
+    const tAudioFileType* rowType = CFileUtilAudioFileType(row);
+    const QString extension = rowType->extension[0] == 0 && l.type != kAudioFileSoundDesigner2Type
+        ? extensionFor(l.type)
+        : QString();
     const QString dir = outDir.isEmpty() ? info.path() : outDir;
-    QString leftName = QString::fromUtf8(base) + QString::fromLatin1(left);
+    QString leftName = QString::fromUtf8(base) + QString::fromLatin1(left) + extension;
     if (!force)
         leftName = uniqueName(dir, leftName, true);
     const QString names[2] = {leftName, partnerName(leftName)};
-    AudioAccess halves[2];
     QString targets[2];
     for (int s = 0; s < 2; ++s) {
         targets[s] = placeIn(dir, names[s]);
-        if ((e = halves[s].create(targets[s], l.type, 1, l.bits, l.isFloat, in.sampleRate(), force))
+        if (sameFile(path, targets[s])) {
+            failures.addText(targets[s], kIsTheInput);
+            return paramErr;
+        }
+    }
+    PendingOutput pending[2];
+    AudioAccess halves[2];
+    for (int s = 0; s < 2; ++s) {
+        pending[s].begin(targets[s], force);
+        if ((e = halves[s].create(
+                 pending[s].temporary(), l.type, 1, l.bits, l.isFloat, in.sampleRate(), false))
             != noErr) {
             failures.add(
                 targets[s], QStringLiteral("cannot create (%1)").arg(layoutText(l, 1, in.sampleRate())), e);
-            if (s == 1)
-                discard(halves[0], targets[0]);
             return e;
         }
     }
-    auto fail = [&](const QString& file, const QString& what, OSStatus code) {
-        discard(halves[0], targets[0]);
-        discard(halves[1], targets[1]);
-        failures.add(file, what, code);
-        return code;
-    };
-    std::vector<float> stereo(size_t(kBlockFrames) * 2);
-    std::vector<float> mono[2] = {std::vector<float>(kBlockFrames), std::vector<float>(kBlockFrames)};
+    SampleMover mover(movesWords({&in}, l.isFloat, l.bits), dithers(dither, l, {&in}), l.bits);
+    std::vector<uint32_t> stereo;
+    std::vector<uint32_t> mono[2];
     int64_t frame = 0;
     for (;;) {
         uint32_t got = 0;
-        if ((e = in.readFloat(stereo.data(), frame, kBlockFrames, &got)) != noErr)
-            return fail(path, QStringLiteral("cannot read frame %1").arg(frame), e);
+        if ((e = mover.read(in, frame, kBlockFrames, stereo, &got)) != noErr) {
+            failures.add(path, QStringLiteral("cannot read frame %1").arg(frame), e);
+            return e;
+        }
         if (got == 0)
             break;
-        for (uint32_t i = 0; i < got; ++i) {
-            mono[0][i] = stereo[2 * i];
-            mono[1][i] = stereo[2 * i + 1];
-        }
         for (int s = 0; s < 2; ++s) {
-            if ((e = halves[s].writeFloat(mono[s].data(), frame, got)) != noErr)
-                return fail(targets[s], QStringLiteral("cannot write frame %1").arg(frame), e);
+            mono[s].resize(got);
+            for (uint32_t i = 0; i < got; ++i)
+                mono[s][i] = stereo[2 * i + uint32_t(s)];
+            if (errno = 0; (e = mover.write(halves[s], frame, got, mono[s])) != noErr) {
+                failures.add(targets[s], QStringLiteral("cannot write frame %1").arg(frame), e, writeErrno());
+                return e;
+            }
         }
         frame += got;
     }
     QStringList dropped;
     for (int s = 0; s < 2; ++s) {
         dropped.clear();
-        if ((e = copyChunks(in, halves[s], &dropped)) != noErr)
-            return fail(targets[s], QStringLiteral("cannot copy the chunks"), e);
+        if ((e = copyChunks(in, halves[s], &dropped)) != noErr) {
+            failures.add(targets[s], QStringLiteral("cannot copy the chunks"), e, writeErrno());
+            return e;
+        }
     }
     for (int s = 0; s < 2; ++s) {
-        if ((e = halves[s].close()) != noErr)
-            return fail(targets[s], QStringLiteral("cannot finish the file"), e);
+        if ((e = halves[s].close()) != noErr) {
+            failures.add(targets[s], QStringLiteral("cannot finish the file"), e, writeErrno());
+            return e;
+        }
+    }
+    for (int s = 0; s < 2; ++s) {
+        if (!pending[s].commit()) {
+            failures.addErrno(targets[s], QStringLiteral("cannot put the file in place"), errno);
+            return ioErr;
+        }
     }
     out(QStringLiteral("%1 -> %2 + %3 (%4, %5 frames)\n")
-            .arg(path, targets[0], targets[1], layoutText(l, 1, in.sampleRate()))
+            .arg(displayName(path), displayName(targets[0]), displayName(targets[1]),
+                layoutText(l, 1, in.sampleRate()))
             .arg(frame));
     if (!dropped.isEmpty())
         err(QStringLiteral("pavo-audio: %1: %2 cannot carry chunk(s) %3; left out\n")
-                .arg(path, containerName(l.type), dropped.join(QStringLiteral(", "))));
+                .arg(displayName(path), containerName(l.type), dropped.join(QStringLiteral(", "))));
     return noErr;
 }
 
@@ -444,6 +520,7 @@ int runStereo(const QStringList& args)
     parser.addOption(QCommandLineOption(QStringLiteral("force")));
     parser.addOption(QCommandLineOption(
         QStringList {QStringLiteral("o"), QStringLiteral("output-dir")}, QString(), QStringLiteral("dir")));
+    parser.addOption(QCommandLineOption(QStringLiteral("dither")));
     parser.addOption(QCommandLineOption(
         QStringLiteral("style"), QString(), QStringLiteral("style"), QStringLiteral("dot")));
     if (const int status = parseCommand(parser, QStringLiteral("stereo"), args); status >= 0)
@@ -475,7 +552,8 @@ int runStereo(const QStringList& args)
         return usageError(QStringLiteral("stereo"), QStringLiteral("split: no file given"));
     Failures failures;
     for (const QString& f : files)
-        splitFile(f, opt, style, outDir, parser.isSet(QStringLiteral("force")), failures);
+        splitFile(f, opt, style, outDir, parser.isSet(QStringLiteral("force")),
+            parser.isSet(QStringLiteral("dither")), failures);
     return failures.finish(int(files.size()));
 }
 

@@ -2,6 +2,7 @@
 #include "AudioAccess.h"
 #include "Commands.h"
 #include "Inspect.h"
+#include "Output.h"
 #include "Tool.h"
 
 #include <QFile>
@@ -9,6 +10,8 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
+#include <algorithm>
+#include <cerrno>
 #include <cstdio>
 
 namespace pavoaudio {
@@ -29,7 +32,7 @@ int runInfo(const QStringList& args)
     for (const QString& path : files) {
         FileReport report;
         if (!inspectFile(path, &report, true))
-            failures.add(path, report.failedStep, report.error);
+            failures.add(path, report.failedStep, report.error, report.sysErrno);
         if (json) {
             array.append(reportJson(report));
         } else if (report.error == noErr) {
@@ -43,6 +46,30 @@ int runInfo(const QStringList& args)
 }
 
 namespace {
+
+/// The chunks that make up a container rather than ride in it.
+bool isOwnChunk(uint32_t fileType, uint32_t id)
+{
+    static const uint32_t aiff[] = {PvFourCC("FORM"), PvFourCC("COMM"), PvFourCC("SSND"), PvFourCC("FVER")};
+    static const uint32_t wave[] = {PvFourCC("RIFF"), PvFourCC("RF64"), PvFourCC("WAVE"), PvFourCC("fmt "),
+        PvFourCC("data"), PvFourCC("ds64")};
+    static const uint32_t caf[] = {PvFourCC("caff"), PvFourCC("desc"), PvFourCC("data"), PvFourCC("free")};
+    auto in = [id](const auto& list) {
+        return std::find(std::begin(list), std::end(list), id) != std::end(list);
+    };
+    switch (fileType) {
+    case kAudioFileAIFFType:
+    case kAudioFileAIFCType:
+        return in(aiff);
+    case kAudioFileWAVEType:
+    case kAudioFileRF64Type:
+        return in(wave);
+    case kAudioFileCAFType:
+        return in(caf);
+    default:
+        return false;
+    }
+}
 
 bool readWholeFile(const QString& path, std::vector<uint8_t>* data, QString* reason)
 {
@@ -72,11 +99,14 @@ int chunksList(QCommandLineParser& parser)
         if (e == noErr)
             e = file.listChunks(chunks);
         if (e != noErr) {
-            failures.add(path, QStringLiteral("cannot list chunks"), e);
+            if (file.isOpen())
+                failures.add(path, QStringLiteral("cannot list chunks"), e);
+            else
+                failures.addOpen(path, e);
             continue;
         }
         if (files.size() > 1)
-            out(path + QStringLiteral(":\n"));
+            out(displayName(path) + QStringLiteral(":\n"));
         for (const ChunkEntry& c : chunks)
             out(QStringLiteral("%1%2 %3 %4\n")
                     .arg(files.size() > 1 ? QStringLiteral("  ") : QString())
@@ -120,7 +150,9 @@ int runChunks(const QStringList& args)
     uint32_t id = 0;
     if (!parseFourCC(pos.at(2), &id))
         return usageError(QStringLiteral("chunks"),
-            QStringLiteral("'%1' is no chunk ID (1 to 4 characters, or 0x and 8 hex digits)").arg(pos.at(2)));
+            QStringLiteral(
+                "'%1' is no chunk ID (4 printable ASCII characters, or 0x and 8 hex digits, not 0)")
+                .arg(pos.at(2)));
     bool ok = false;
     const uint32_t index = parser.value(QStringLiteral("index")).toUInt(&ok);
     if (!ok)
@@ -132,7 +164,13 @@ int runChunks(const QStringList& args)
     AudioAccess file;
     OSStatus e = file.open(path, !isGet);
     if (e != noErr) {
-        failures.add(path, QStringLiteral("cannot open"), e);
+        failures.addOpen(path, e);
+        return failures.finish(1);
+    }
+    if (isOwnChunk(file.fileType(), id)) {
+        failures.addText(path,
+            QStringLiteral("chunk %1 is part of the %2 container itself, not a metadata chunk")
+                .arg(idText, containerName(file.fileType())));
         return failures.finish(1);
     }
     if (isGet) {
@@ -146,16 +184,27 @@ int runChunks(const QStringList& args)
             return std::fflush(stdout) == 0 ? kExitOK : kExitFailures;
         }
         const QString target = parser.value(QStringLiteral("output"));
-        if (pathExists(target) && !force) {
-            failures.add(target, QStringLiteral("not overwritten (use --force)"), dupFNErr);
+        if (sameFile(path, target)) {
+            failures.addText(target, kIsTheInput);
             return failures.finish(1);
         }
-        QFile outFile(target);
-        if (!outFile.open(QIODevice::WriteOnly | QIODevice::Truncate)
+        if (pathExists(target) && !force) {
+            failures.addNotOverwritten(target);
+            return failures.finish(1);
+        }
+        PendingOutput pending;
+        pending.begin(target, force);
+        QFile outFile(pending.temporary());
+        if (!outFile.open(QIODevice::WriteOnly | QIODevice::NewOnly)
             || outFile.write(reinterpret_cast<const char*>(payload.data()), qint64(payload.size()))
                 != qint64(payload.size())
             || !outFile.flush()) {
             failures.addText(target, QStringLiteral("cannot write the payload: ") + outFile.errorString());
+            return failures.finish(1);
+        }
+        outFile.close();
+        if (!pending.commit()) {
+            failures.addErrno(target, QStringLiteral("cannot put the file in place"), errno);
             return failures.finish(1);
         }
         return kExitOK;
@@ -239,6 +288,19 @@ bool frameworkFileCrc(const QString& path, uint32_t* crc, int64_t* length)
     return *crc != 0xFFFFFFFFu;
 }
 
+/// One line of crc: like sha256sum, a name that needed escaping starts the line with a
+/// backslash.
+QString crcLine(uint32_t crc, int64_t total, const QString& path)
+{
+    bool escaped = false;
+    const QString name = displayName(path, &escaped);
+    return QStringLiteral("%1%2  %3  %4\n")
+        .arg(escaped ? QStringLiteral("\\") : QString())
+        .arg(crc, 8, 16, QLatin1Char('0'))
+        .arg(total, 10)
+        .arg(name);
+}
+
 } // namespace
 
 int runCrc(const QStringList& args)
@@ -253,21 +315,18 @@ int runCrc(const QStringList& args)
     std::vector<unsigned char> block(1 << 20);
     for (const QString& path : files) {
         QFile file(path);
-        if (QFileInfo(path).isDir()) {
-            failures.add(path, QStringLiteral("cannot open"), notAFileErr);
+        if (const int errnum = openErrno(path); errnum != 0) {
+            failures.add(path, QStringLiteral("cannot open"), resultForErrno(errnum), errnum);
             continue;
         }
         if (!file.open(QIODevice::ReadOnly)) {
-            const OSStatus code = !pathExists(path)             ? OSStatus(fnfErr)
-                : file.error() == QFileDevice::PermissionsError ? OSStatus(permErr)
-                                                                : OSStatus(ioErr);
-            failures.add(path, QStringLiteral("cannot open"), code);
+            failures.add(path, QStringLiteral("cannot open"), ioErr);
             continue;
         }
         uint32_t crc = 0;
         int64_t total = 0;
         if (frameworkFileCrc(path, &crc, &total)) {
-            out(QStringLiteral("%1  %2  %3\n").arg(crc, 8, 16, QLatin1Char('0')).arg(total, 10).arg(path));
+            out(crcLine(crc, total, path));
             continue;
         }
         crc = 0;
@@ -285,10 +344,10 @@ int runCrc(const QStringList& args)
             total += n;
         }
         if (failed) {
-            failures.add(path, QStringLiteral("cannot read"), ioErr);
+            failures.add(path, QStringLiteral("cannot read"), ioErr, EIO);
             continue;
         }
-        out(QStringLiteral("%1  %2  %3\n").arg(crc, 8, 16, QLatin1Char('0')).arg(total, 10).arg(path));
+        out(crcLine(crc, total, path));
     }
     return failures.finish(int(files.size()));
 }

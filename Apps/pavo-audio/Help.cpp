@@ -33,18 +33,28 @@ COMMANDS
 
 SAFETY
     No existing file is overwritten unless --force is given; stereo join and split
-    pick a unique name ("Pad#1.aif") instead. Chunk edits write the whole new file
-    beside the old one and rename it over it, so an interrupted edit leaves a valid
-    file.
+    pick a unique name ("Pad#1.aif") instead. No command writes to a file that is one
+    of its inputs (the same file, also through a link), --force or not. Every new file
+    is written under a hidden temporary name in the target's folder and renamed to its
+    name only when complete, so an interrupted command never leaves a partial file
+    under that name; chunk edits likewise write the new file beside the old one and
+    rename it over it. A command killed outright may leave its temporary behind, a
+    hidden ".NAME.pvPID-N.part" in the target's folder, which can be deleted.
 
 EXIT STATUS
     0   every file was handled
-    1   at least one file failed; the others were still handled and the failures
-        are listed again at the end
+    1   at least one file failed; the others were still handled, and the end
+        says how many failed (and which, when more than one did)
     2   the command line was wrong
 
-    An error names the file, what failed and the result code with its name and
-    meaning, e.g. "Loop.aif: cannot open: fnfErr (-43): file not found".
+    An error names the file, what failed, the system's words for it when it has
+    some, and the result code, e.g. "Loop.aif: cannot open: No such file or directory
+    (fnfErr -43)". Each failure is reported once as it happens; a batch of several
+    items ends with how many failed, and which when more than one did. Control
+    characters in names are escaped as sha256sum does ("\n", "\\").
+
+    Without arguments the tool prints a short usage; "help" with an unknown command
+    is a usage error.
 )TXT";
 
 const char* const kInfo = R"TXT(NAME
@@ -57,9 +67,10 @@ DESCRIPTION
     For each FILE prints the container, the sample format (bits, integer or float),
     the byte order of the stored samples, the channel count, the sample rate, the
     number of frames and the duration, every chunk with its size, and whether the
-    file is a tagged loop (it carries a 'basc' chunk). The fields of the basic tagging
-    record are shown decoded into host order: two 32-bit header values, five 16-bit
-    values and sixteen 32-bit values, in the order of the record.
+    file is a tagged loop (it carries a 'basc' chunk). The basic tagging record is
+    decoded into host order and each field shown under its name in the record
+    (value1, value2, words[0] to words[4], values[0] to values[15]) with its byte
+    offset and width; what the values mean is up to the applications that tag.
 
 OPTIONS
     --json    print one JSON array with an object per file; a file that cannot be
@@ -83,9 +94,10 @@ SYNOPSIS
     pavo-audio chunks remove FILE ID [--index N]
 
 DESCRIPTION
-    A chunk is named by its four-character ID, given as text ("basc", "ID3" is padded
-    with a blank to "ID3 ") or as 0x followed by eight hex digits, and by its index
-    among the chunks of that ID (0 for the first). Sound Designer II files keep their
+    A chunk is named by its four-character ID, given as exactly four printable ASCII
+    characters ("basc", "ID3 " with its blank) or as 0x followed by exactly eight hex
+    digits ("0x62617363"); 0 is no ID. It is also named by its index among the chunks
+    of that ID (0 for the first). Sound Designer II files keep their
     chunks as resources.
 
     list      prints each chunk: ID, index and payload size in bytes.
@@ -95,8 +107,9 @@ DESCRIPTION
               of an existing one only with --force.
     remove    removes chunk ID #N.
 
-    The chunks that make up the container itself ('COMM', 'SSND', 'fmt ', 'data' ...)
-    cannot be set or removed. Every edit is safe: the new file is written completely
+    The chunks that make up the container itself ('FORM', 'COMM', 'SSND', 'RIFF',
+    'fmt ', 'data', 'ds64', 'desc' ...) cannot be got, set or removed. get -o never
+    writes over FILE itself, --force or not. Every edit is safe: the new file is written completely
     beside the old one and then renamed over it.
 
 OPTIONS
@@ -121,26 +134,37 @@ const char* const kConvert = R"TXT(NAME
 
 SYNOPSIS
     pavo-audio convert IN OUT [--format aiff|aifc|wave|caf|sd2] [--bits 8|16|24|32]
-                              [--float] [--force]
+                              [--float] [--dither] [--force]
 
 DESCRIPTION
-    Reads IN as 32-bit floats and writes OUT through the framework's sample
-    converters, keeping channels and sample rate. The container is --format, or else
-    the one OUT's extension names (.aif/.aiff, .aifc, .wav, .caf, .sd2). The sample
-    format is --bits (signed integers) or --float (32-bit float); without them the
-    source's is kept (64-bit floats become 32-bit floats). Every chunk of IN that the
-    target container can carry is copied; the others are named on standard error.
-    Converting to fewer bits truncates; samples beyond full scale are clipped.
+    Writes IN as OUT, keeping channels and sample rate. The container is --format, or
+    else the one OUT's extension names (.aif/.aiff, .aifc, .wav, .caf, .sd2). The
+    sample format is --bits (signed integers) or --float (32-bit float); without them
+    the source's is kept (64-bit floats become 32-bit floats). Every chunk of IN that
+    the target container can carry is copied; the others are named on standard error.
+
+    Samples move this way:
+      same sample format     copied bit for bit, whatever the containers
+      integer to more bits   exact (-32768 in 16 bits is 0x800000 in 24 bits)
+      integer to fewer bits  truncated (the low bits are cut off); with --dither,
+                             triangular dither of one step and rounding instead
+      float to integer, integer to float
+                             through the framework's converters: full scale clips
+                             just short of it (+-1.0 gives 0x7FFFFF00 in 32 bits),
+                             32-bit integers keep their top 24 bits
+    OUT may not be IN (also through a link). An 8-bit WAVE stores unsigned bytes, the
+    other containers signed ones; that is no change of the samples.
 
 OPTIONS
     --format NAME  container of OUT
     --bits N       8, 16, 24 or 32-bit signed integer samples
     --float        32-bit float samples
-    --force        replace OUT when it exists
+    --dither       add triangular dither when integer samples get fewer bits
+    --force        replace OUT when it exists (never IN)
 
 EXIT STATUS
-    0 on success, 1 when reading or writing failed (a partial OUT is removed), 2 for a
-    wrong command line.
+    0 on success, 1 when reading or writing failed (OUT is then left as it was), 2
+    for a wrong command line.
 
 EXAMPLES
     pavo-audio convert Loop.wav Loop.aif
@@ -152,23 +176,35 @@ const char* const kStereo = R"TXT(NAME
     pavo-audio stereo - join split stereo halves, or split stereo files
 
 SYNOPSIS
-    pavo-audio stereo join PATH... [-o DIR] [--format F] [--bits N] [--float] [--force]
+    pavo-audio stereo join PATH... [-o DIR] [--format F] [--bits N] [--float]
+                                   [--dither] [--force]
     pavo-audio stereo split FILE... [--style STYLE] [-o DIR] [--format F] [--bits N]
-                                    [--float] [--force]
+                                    [--float] [--dither] [--force]
 
 DESCRIPTION
     The halves of a stereo recording kept as two mono files are paired by the naming
     rules of audio files: Pad.L.aif and Pad.R.aif, Kick(L) and Kick(R), Hat-L and
     Hat-R, Vox.L and Vox.R, Bass.wal and Bass.war, Gtr.ail and Gtr.air, Take.L.sd2 and
-    Take.R.sd2, Pad.L.wav/.R.wav, Pad.L.caf/.R.caf.
+    Take.R.sd2, Pad.L.wav/.R.wav, Pad.L.caf/.R.caf; the suffixes without an
+    extension of their own may be followed by one (Kick(L).wav and Kick(R).wav).
+    Letter case does not matter: Kk.l.aif pairs with Kk.r.aif. scan and join pair by
+    the same rule, and messages name the partner in the case of the half found.
 
     join      takes halves (either one of a pair is enough) or folders (every pair in
               them) and writes one interleaved two-channel file per pair, named after
               the halves without their suffix (Pad.L.aif gives Pad.aif). The halves
               must be mono and share a sample rate; a shorter half is padded with
-              silence. The chunks of the left half are kept.
+              silence. Halves of different sample formats are joined only when
+              --bits or --float says what to write. The chunks of the left half are
+              kept.
     split     writes the two channels of each two-channel FILE as mono halves, named
-              with the suffixes of --style; the chunks are copied into both.
+              with the suffixes of --style; the chunks are copied into both. Styles
+              without an extension of their own get the container's after the
+              suffix (Loop(L).wav), except for Sound Designer II.
+
+    Samples move as for convert (exact between integers, --dither when bits are
+    cut). No output may be one of the inputs: splitting Odd.L.caf with --force, which
+    would write its left half over it, is refused.
 
     An output name that is taken gets a number ("Pad#1.aif", "Pad#1.L.aif" with
     "Pad#1.R.aif"); --force replaces existing files instead.
@@ -177,12 +213,13 @@ OPTIONS
     -o, --output-dir DIR
                    write into DIR instead of the folder of the input
     --style STYLE  split suffixes: dot (".L.aif"/".R.aif", ".L.wav", ".L.caf",
-                   ".L.sd2"; the default), plain (".L"), paren ("(L)"), dash ("-L"),
-                   short (".ail"/".air" for AIFF, ".wal"/".war" for WAVE)
+                   ".L.sd2"; the default), plain (".L.wav"), paren ("(L).wav"), dash
+                   ("-L.wav"), short (".ail"/".air" for AIFF, ".wal"/".war" for WAVE)
+    --dither       add triangular dither when integer samples get fewer bits
     --format, --bits, --float
                    container and sample format of the new files (as for convert;
                    default: those of the input)
-    --force        replace existing files
+    --force        replace existing files (never an input)
 
 EXIT STATUS
     0 when every pair or file was handled, 1 when one failed (the others are still
@@ -206,14 +243,20 @@ DESCRIPTION
     cores. Prints one line per audio file (container, sample format, channels, rate,
     duration, whether it is a tagged loop, its chunk IDs) in path order, then the
     stereo pairs found by the naming rules, halves without a partner, and the totals:
-    audio files per container, tagged loops, pairs, the summed duration, files that
-    are not audio, and files that failed. Files that are no known container are
-    counted as other files unless their extension names an audio type, in which case
-    they are failures. On a terminal a progress bar runs on standard error.
+    audio files per container, tagged loops, pairs, the summed duration, other audio
+    (not readable here), other files, and failures.
+
+    Nothing is skipped silently. A file whose name says audio that the tool does not
+    read (MP3, AAC, FLAC, Ogg, Wave64 ...) and whose content is no container it reads
+    counts as other audio; a file named as a container it reads (.aif, .wav, .caf,
+    .sd2) that does not read is a failure. A folder that cannot be read and a symbolic
+    link with an audio name that leads nowhere are failures. Links to folders are not
+    followed; devices and pipes count as other files. On a terminal a progress bar
+    runs on standard error.
 
 OPTIONS
     --json         print one JSON object with "files", "stereoPairs",
-                   "unpairedHalves" and "totals"
+                   "unpairedHalves" and "totals" (with "otherAudio" and "otherFiles")
     --jobs N       use N threads instead of one per core
     --no-progress  no progress bar even on a terminal
 
@@ -233,7 +276,9 @@ SYNOPSIS
 
 DESCRIPTION
     Prints the framework's CRC-32 (the standard one of zlib and PNG) of all bytes of
-    each FILE, as eight hex digits, followed by the size in bytes and the name.
+    each FILE, as eight hex digits, followed by the size in bytes and the name. A name
+    with control characters is escaped as sha256sum does, and its line starts with a
+    backslash.
 
 EXIT STATUS
     0 when every file could be read, 1 otherwise, 2 for a wrong command line.
@@ -243,6 +288,25 @@ EXAMPLES
 )TXT";
 
 } // namespace
+
+QStringList commandNames()
+{
+    return {QStringLiteral("info"), QStringLiteral("chunks"), QStringLiteral("convert"),
+        QStringLiteral("stereo"), QStringLiteral("scan"), QStringLiteral("crc")};
+}
+
+bool hasHelp(const QString& command)
+{
+    return commandNames().contains(command);
+}
+
+void printUsage()
+{
+    err(QStringLiteral("Usage: pavo-audio COMMAND [OPTIONS] ARGUMENTS...\n"
+                       "Commands: %1\n"
+                       "Try 'pavo-audio help' or 'pavo-audio help COMMAND'.\n")
+            .arg(commandNames().join(QStringLiteral(", "))));
+}
 
 void printHelp(const QString& command)
 {

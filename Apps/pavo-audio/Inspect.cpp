@@ -5,6 +5,7 @@
 #include <QJsonArray>
 
 #include <cmath>
+#include <cstddef>
 #include <cstring>
 
 namespace pavoaudio {
@@ -26,6 +27,7 @@ bool inspectFile(const QString& path, FileReport* r, bool decodeTagging)
     if (e != noErr) {
         r->error = e;
         r->failedStep = QStringLiteral("cannot open");
+        r->sysErrno = openErrno(path);
         return false;
     }
     r->fileType = file.fileType();
@@ -79,22 +81,27 @@ QString durationText(double seconds)
     return QStringLiteral("%1:%2.%3").arg(m).arg(s, 2, 10, QLatin1Char('0')).arg(f, 3, 10, QLatin1Char('0'));
 }
 
-namespace {
-
-QString numbers(const uint32_t* v, int n)
+std::vector<TaggingField> taggingFields(const BasicTagging& b)
 {
-    QStringList parts;
-    for (int i = 0; i < n; ++i)
-        parts << QString::number(v[i]);
-    return parts.join(QLatin1Char(' '));
+    std::vector<TaggingField> fields;
+    auto add = [&fields](const QString& name, size_t offset, int bits, uint32_t value) {
+        fields.push_back({name, int(offset), bits, value});
+    };
+    add(QStringLiteral("value1"), offsetof(BasicTagging, value1), 32, b.value1);
+    add(QStringLiteral("value2"), offsetof(BasicTagging, value2), 32, b.value2);
+    for (int i = 0; i < 5; ++i)
+        add(QStringLiteral("words[%1]").arg(i), offsetof(BasicTagging, words) + 2 * size_t(i), 16,
+            b.words[i]);
+    for (int i = 0; i < 16; ++i)
+        add(QStringLiteral("values[%1]").arg(i), offsetof(BasicTagging, values) + 4 * size_t(i), 32,
+            b.values[i]);
+    return fields;
 }
-
-} // namespace
 
 QString reportText(const FileReport& r)
 {
     QString t;
-    t += r.path + QStringLiteral(":\n");
+    t += displayName(r.path) + QStringLiteral(":\n");
     t += QStringLiteral("  container:     %1\n").arg(containerName(r.fileType));
     t += QStringLiteral("  sample format: %1\n").arg(sampleFormatText(r));
     t += QStringLiteral("  byte order:    %1\n")
@@ -123,16 +130,13 @@ QString reportText(const FileReport& r)
                      .arg(r.taggingSize)
                      .arg(kBasicTaggingSize);
         } else {
-            const BasicTagging& b = r.tagging;
-            const uint32_t shorts[5] = {b.words[0], b.words[1], b.words[2], b.words[3], b.words[4]};
-            const uint32_t head[2] = {b.value1, b.value2};
-            const uint32_t values[16] = {b.values[0], b.values[1], b.values[2], b.values[3], b.values[4],
-                b.values[5], b.values[6], b.values[7], b.values[8], b.values[9], b.values[10], b.values[11],
-                b.values[12], b.values[13], b.values[14], b.values[15]};
-            t += QStringLiteral("  tagging 'basc' (%1 bytes):\n").arg(r.taggingSize);
-            t += QStringLiteral("    32-bit header: %1\n").arg(numbers(head, 2));
-            t += QStringLiteral("    16-bit fields: %1\n").arg(numbers(shorts, 5));
-            t += QStringLiteral("    32-bit fields: %1\n").arg(numbers(values, 16));
+            t += QStringLiteral("  tagging 'basc' (%1 bytes), fields of the record at their offsets:\n")
+                     .arg(r.taggingSize);
+            for (const TaggingField& field : taggingFields(r.tagging))
+                t += QStringLiteral("    %1 %2 %3\n")
+                         .arg(field.name + QLatin1Char(':'), -12)
+                         .arg(QStringLiteral("@%1 (%2-bit)").arg(field.offset).arg(field.bits), -14)
+                         .arg(field.value);
         }
     }
     return t;
@@ -143,7 +147,8 @@ QJsonObject reportJson(const FileReport& r)
     QJsonObject o;
     o[QStringLiteral("file")] = r.path;
     if (r.error != noErr) {
-        o[QStringLiteral("error")] = r.failedStep + QStringLiteral(": ") + describeResult(r.error);
+        o[QStringLiteral("error")]
+            = r.failedStep + QStringLiteral(": ") + describeFailure(r.error, r.sysErrno);
         o[QStringLiteral("resultCode")] = int(r.error);
         return o;
     }
@@ -187,6 +192,10 @@ QJsonObject reportJson(const FileReport& r)
         t[QStringLiteral("shorts")] = shorts;
         t[QStringLiteral("values")] = values;
         t[QStringLiteral("size")] = double(r.taggingSize);
+        QJsonObject fields;
+        for (const TaggingField& field : taggingFields(r.tagging))
+            fields[field.name] = double(field.value);
+        t[QStringLiteral("fields")] = fields;
         o[QStringLiteral("basc")] = t;
     }
     return o;

@@ -12,8 +12,9 @@
 
 namespace pavoaudio {
 
-/// The basic tagging record ('basc') in host order; its fields are the host
-/// applications' to interpret, so the tool shows them as numbers.
+/// The basic tagging record ('basc') in host order. The record's layout names and
+/// places its fields; what they mean is the host applications' business, so the tool
+/// shows each under its name in the record, with its offset and width.
 using BasicTagging = tagging::BasicTaggingChunk;
 /// Size of the basic tagging record in a file.
 inline constexpr uint32_t kBasicTaggingSize = sizeof(tagging::BasicTaggingChunk);
@@ -22,10 +23,21 @@ inline constexpr uint32_t kBasicTaggingSize = sizeof(tagging::BasicTaggingChunk)
 /// swapper; false when it is too short. The swapper must not run on two threads at once.
 bool decodeBasicTagging(const std::vector<uint8_t>& payload, BasicTagging* out);
 
+/// One field of the basic tagging record: its name in the record ("value1",
+/// "words[2]", "values[15]"), byte offset in the payload, width and value.
+struct TaggingField {
+    QString name;
+    int offset = 0;
+    int bits = 0;
+    uint32_t value = 0;
+};
+std::vector<TaggingField> taggingFields(const BasicTagging& b);
+
 struct FileReport {
     QString path;
     OSStatus error = noErr; ///< noErr when the file could be read
     QString failedStep; ///< what failed ("cannot open")
+    int sysErrno = 0; ///< the system's reason when it has one
     uint32_t fileType = 0;
     int channels = 0;
     int bits = 0;

@@ -19,6 +19,11 @@
 #include <mutex>
 #include <thread>
 
+#include <cerrno>
+#include <cstring>
+
+#include <dirent.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace pavoaudio {
@@ -29,7 +34,65 @@ struct ScanResult {
     FileReport report;
     bool ok = false;
     bool audio = false; ///< false: not an audio file at all (left out of the report)
+    bool otherAudio = false; ///< audio of a kind the tool does not read
 };
+
+/// The items found under the roots: regular files to read, and failures met on the way
+/// (folders that cannot be read, links to audio names that lead nowhere).
+struct Walk {
+    std::vector<QString> files;
+    int otherItems = 0; ///< links to nothing of no audio name
+};
+
+void walk(const QString& dir, Walk& w, Failures& failures)
+{
+    const QByteArray native = QFile::encodeName(dir);
+    DIR* d = ::opendir(native.constData());
+    if (d == nullptr) {
+        failures.addErrno(dir, QStringLiteral("cannot read the folder"), errno);
+        return;
+    }
+    std::vector<QByteArray> names;
+    errno = 0;
+    while (const dirent* e = ::readdir(d)) {
+        if (std::strcmp(e->d_name, ".") != 0 && std::strcmp(e->d_name, "..") != 0)
+            names.emplace_back(e->d_name);
+    }
+    const int readError = errno;
+    ::closedir(d);
+    if (readError != 0)
+        failures.addErrno(dir, QStringLiteral("cannot read the folder"), readError);
+    std::sort(names.begin(), names.end());
+    const QString prefix = dir.endsWith(QLatin1Char('/')) ? dir : dir + QLatin1Char('/');
+    for (const QByteArray& n : names) {
+        const QString name = QFile::decodeName(n);
+        if (name.startsWith(QLatin1String("._"))) // AppleDouble companions
+            continue;
+        const QString path = prefix + name;
+        const QByteArray p = QFile::encodeName(path);
+        struct stat st { };
+        if (::lstat(p.constData(), &st) != 0) {
+            failures.addErrno(path, QStringLiteral("cannot examine"), errno);
+            continue;
+        }
+        if (S_ISDIR(st.st_mode)) {
+            walk(path, w, failures);
+            continue;
+        }
+        if (S_ISLNK(st.st_mode) && ::stat(p.constData(), &st) != 0) {
+            if (isAudioName(name))
+                failures.addErrno(path, QStringLiteral("the symbolic link leads nowhere"), errno);
+            else
+                ++w.otherItems;
+            continue;
+        }
+        // Links to folders are not followed (no cycles); devices and pipes are no files.
+        if (S_ISREG(st.st_mode))
+            w.files.push_back(path);
+        else if (!S_ISDIR(st.st_mode))
+            ++w.otherItems;
+    }
+}
 
 void drawBar(size_t done, size_t total)
 {
@@ -61,23 +124,17 @@ int runScan(const QStringList& args)
             return usageError(QStringLiteral("scan"), QStringLiteral("--jobs takes a positive number"));
     }
     Failures failures;
-    std::vector<QString> paths;
+    Walk found;
     for (const QString& root : roots) {
         if (!QFileInfo(root).isDir()) {
-            failures.add(root, QStringLiteral("cannot scan"),
-                pathExists(root) ? OSStatus(dirNFErr) : OSStatus(fnfErr));
+            const int errnum = pathExists(root) ? ENOTDIR : ENOENT;
+            failures.add(root, QStringLiteral("cannot scan"), resultForErrno(errnum), errnum);
             continue;
         }
-        QDirIterator it(
-            root, QDir::Files | QDir::Hidden | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
-        while (it.hasNext()) {
-            const QString path = it.next();
-            if (!it.fileName().startsWith(QLatin1String("._"))) // AppleDouble companions
-                paths.push_back(path);
-        }
+        walk(root, found, failures);
     }
+    std::vector<QString>& paths = found.files;
     std::sort(paths.begin(), paths.end());
-
     std::vector<ScanResult> results(paths.size());
     std::atomic<size_t> next {0}, done {0};
     std::mutex mutex;
@@ -86,9 +143,13 @@ int runScan(const QStringList& args)
         for (size_t i; (i = next.fetch_add(1)) < paths.size();) {
             ScanResult& r = results[i];
             r.ok = inspectFile(paths[i], &r.report, false);
-            // Content that is no container at all is not audio, unless its name says it is.
-            r.audio = r.ok || r.report.error != kAudioFileUnsupportedFileTypeError
-                || CFileUtilFileTypeFromName(QFileInfo(paths[i]).fileName().toUtf8().constData()) != 0;
+            const QString name = QFileInfo(paths[i]).fileName();
+            // Content that is no container the tool reads is audio of another kind when
+            // its name says so, else no audio at all; a file named as a container the
+            // tool reads that does not read is a failure.
+            r.otherAudio
+                = !r.ok && r.report.error == kAudioFileUnsupportedFileTypeError && isOtherAudioName(name);
+            r.audio = r.ok || r.report.error != kAudioFileUnsupportedFileTypeError || isAudioName(name);
             if (done.fetch_add(1) + 1 == paths.size()) {
                 std::lock_guard<std::mutex> lock(mutex);
                 finished.notify_all();
@@ -121,7 +182,7 @@ int runScan(const QStringList& args)
     };
     std::map<QString, Halves> halves;
     std::map<QString, int> perContainer;
-    int audioFiles = 0, tagged = 0, other = 0, damaged = 0;
+    int audioFiles = 0, tagged = 0, other = found.otherItems, otherAudio = 0, damaged = 0;
     double seconds = 0;
     uint64_t frames = 0;
     QJsonArray jsonFiles;
@@ -132,8 +193,12 @@ int runScan(const QStringList& args)
             ++other;
             continue;
         }
+        if (r.otherAudio) {
+            ++otherAudio;
+            continue;
+        }
         if (!r.ok) {
-            failures.add(f.path, f.failedStep, f.error);
+            failures.add(f.path, f.failedStep, f.error, f.sysErrno);
             if (json)
                 jsonFiles.append(reportJson(f));
             continue;
@@ -145,14 +210,9 @@ int runScan(const QStringList& args)
         seconds += f.seconds();
         frames += f.frames;
         const QFileInfo info(f.path);
-        const QByteArray name = info.fileName().toUtf8();
-        const int index = CFileUtilHasStereoExtension(name.constData());
-        if (index >= 0 && f.channels == 1) {
-            const int position = CFileUtilGetPointExt(name.constData());
-            const QString key = info.path() + QLatin1Char('/') + QString::fromUtf8(name.left(position))
-                + QStringLiteral("\x1f%1").arg(index >> 1);
-            halves[key].side[index & 1] = f.path;
-        }
+        const StereoName half = stereoName(info.fileName());
+        if (half.isHalf() && f.channels == 1)
+            halves[info.path() + QLatin1Char('/') + half.key()].side[half.index & 1] = f.path;
         if (json) {
             jsonFiles.append(reportJson(f));
         } else {
@@ -160,7 +220,7 @@ int runScan(const QStringList& args)
             for (const ChunkEntry& c : f.chunks)
                 ids << fourCCText(c.id);
             out(QStringLiteral("%1: %2, %3, %4 ch, %5 Hz, %6%7%8%9\n")
-                    .arg(f.path, containerName(f.fileType), sampleFormatText(f))
+                    .arg(displayName(f.path), containerName(f.fileType), sampleFormatText(f))
                     .arg(f.channels)
                     .arg(f.sampleRate, 0, 'g', 10)
                     .arg(durationText(f.seconds()))
@@ -181,13 +241,14 @@ int runScan(const QStringList& args)
             if (json)
                 jsonPairs.append(QJsonArray {h.side[0], h.side[1]});
             else
-                out(QStringLiteral("stereo pair: %1 + %2\n").arg(h.side[0], h.side[1]));
+                out(QStringLiteral("stereo pair: %1 + %2\n")
+                        .arg(displayName(h.side[0]), displayName(h.side[1])));
         } else {
             const QString lone = h.side[0].isEmpty() ? h.side[1] : h.side[0];
             if (json)
                 jsonSingles.append(lone);
             else
-                out(QStringLiteral("unpaired half: %1\n").arg(lone));
+                out(QStringLiteral("unpaired half: %1\n").arg(displayName(lone)));
         }
     }
     QStringList kinds;
@@ -197,6 +258,7 @@ int runScan(const QStringList& args)
         QJsonObject totals;
         totals[QStringLiteral("audioFiles")] = audioFiles;
         totals[QStringLiteral("otherFiles")] = other;
+        totals[QStringLiteral("otherAudio")] = otherAudio;
         totals[QStringLiteral("failed")] = failures.count();
         totals[QStringLiteral("damaged")] = damaged;
         totals[QStringLiteral("taggedLoops")] = tagged;
@@ -215,7 +277,7 @@ int runScan(const QStringList& args)
         out(QString::fromUtf8(QJsonDocument(doc).toJson(QJsonDocument::Indented)));
     } else {
         out(QStringLiteral("total: %1 audio file(s)%2, %3 tagged loop(s), %4 stereo pair(s), %5 (%6 s); %7 "
-                           "other file(s), %8 failed, %9 damaged\n")
+                           "other audio (not readable here), %8 other file(s), %9 failed, %10 damaged\n")
                 .arg(audioFiles)
                 .arg(kinds.isEmpty()
                         ? QString()
@@ -224,11 +286,12 @@ int runScan(const QStringList& args)
                 .arg(pairs)
                 .arg(durationText(seconds))
                 .arg(seconds, 0, 'f', 3)
+                .arg(otherAudio)
                 .arg(other)
                 .arg(failures.count())
                 .arg(damaged));
     }
-    return failures.finish(audioFiles + failures.count());
+    return failures.finish(audioFiles + otherAudio + failures.count());
 }
 
 } // namespace pavoaudio

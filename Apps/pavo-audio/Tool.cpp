@@ -2,7 +2,15 @@
 
 #include <QFileInfo>
 
+#include <QFile>
+
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace pavoaudio {
 
@@ -39,26 +47,148 @@ QString describeResult(OSStatus code)
     return text + QStringLiteral(": unknown result code");
 }
 
-void Failures::add(const QString& file, const QString& what, OSStatus code)
+int errnoFor(OSStatus code)
 {
-    addText(file, what + QStringLiteral(": ") + describeResult(code));
+    switch (code) {
+    case fnfErr:
+    case dirNFErr:
+        return ENOENT;
+    case permErr:
+    case wrPermErr:
+    case kAudioFilePermissionsError:
+        return EACCES;
+    case notAFileErr:
+        return EISDIR;
+    case dskFulErr:
+        return ENOSPC;
+    case kAudioFileDoesNotAllow64BitDataSizeError:
+        return EFBIG;
+    case dupFNErr:
+        return EEXIST;
+    default:
+        return 0;
+    }
+}
+
+QString describeFailure(OSStatus code, int errnum)
+{
+    if (errnum == 0)
+        errnum = errnoFor(code);
+    if (errnum == 0)
+        return describeResult(code);
+    const QString words = QString::fromLocal8Bit(std::strerror(errnum));
+    const char* name = PvResultCodeName(code);
+    return name != nullptr ? QStringLiteral("%1 (%2 %3)").arg(words, QString::fromLatin1(name)).arg(code)
+                           : QStringLiteral("%1 (result code %2)").arg(words).arg(code);
+}
+
+int writeErrno()
+{
+    const int e = errno;
+    return e == EFBIG || e == ENOSPC || e == EDQUOT || e == EROFS || e == EIO ? e : 0;
+}
+
+int openErrno(const QString& path)
+{
+    // Non-blocking: a pipe without a writer must not stop the tool here.
+    const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (fd < 0)
+        return errno;
+    struct stat st { };
+    const bool dir = ::fstat(fd, &st) == 0 && S_ISDIR(st.st_mode);
+    ::close(fd);
+    return dir ? EISDIR : 0;
+}
+
+OSStatus resultForErrno(int errnum)
+{
+    switch (errnum) {
+    case ENOENT:
+        return fnfErr;
+    case EACCES:
+    case EPERM:
+        return permErr;
+    case EISDIR:
+        return notAFileErr;
+    case ENOTDIR:
+        return dirNFErr;
+    case ENOSPC:
+        return dskFulErr;
+    default:
+        return ioErr;
+    }
+}
+
+QString displayName(const QString& name, bool* escaped)
+{
+    QString text;
+    bool any = false;
+    for (QChar c : name) {
+        const char16_t u = c.unicode();
+        if (u == '\\') {
+            text += QStringLiteral("\\\\");
+            continue;
+        }
+        if (u >= 0x20 && u != 0x7F) {
+            text += c;
+            continue;
+        }
+        any = true;
+        if (u == '\n')
+            text += QStringLiteral("\\n");
+        else if (u == '\r')
+            text += QStringLiteral("\\r");
+        else
+            text += QStringLiteral("\\x%1").arg(int(u), 2, 16, QLatin1Char('0'));
+    }
+    if (escaped != nullptr)
+        *escaped = any;
+    // Like sha256sum, backslashes are doubled only when the name needed escaping at all.
+    return any ? text : name;
+}
+
+void Failures::add(const QString& file, const QString& what, OSStatus code, int errnum)
+{
+    addText(file, what + QStringLiteral(": ") + describeFailure(code, errnum));
+}
+
+void Failures::addOpen(const QString& file, OSStatus code)
+{
+    // The system's own reason for the path, when it has one, says more than the code
+    // (a loop of links is "not found" to the service).
+    add(file, QStringLiteral("cannot open"), code, openErrno(file));
+}
+
+void Failures::addErrno(const QString& file, const QString& what, int errnum)
+{
+    add(file, what, resultForErrno(errnum), errnum);
+}
+
+void Failures::addNotOverwritten(const QString& file)
+{
+    addText(file, QStringLiteral("exists; not overwritten without --force"));
 }
 
 void Failures::addText(const QString& file, const QString& reason)
 {
-    const QString line = file + QStringLiteral(": ") + reason;
-    err(QStringLiteral("pavo-audio: ") + line + QLatin1Char('\n'));
-    m_lines.push_back(line);
+    err(QStringLiteral("pavo-audio: ") + displayName(file) + QStringLiteral(": ") + reason
+        + QLatin1Char('\n'));
+    m_files.push_back(file);
 }
 
 int Failures::finish(int handled) const
 {
-    if (m_lines.empty())
+    if (m_files.empty())
         return kExitOK;
     if (handled > 1) {
-        err(QStringLiteral("pavo-audio: %1 of %2 failed:\n").arg(m_lines.size()).arg(handled));
-        for (const QString& line : m_lines)
-            err(QStringLiteral("  ") + line + QLatin1Char('\n'));
+        err(QStringLiteral("pavo-audio: %1 of %2 failed").arg(m_files.size()).arg(handled));
+        if (m_files.size() > 1) {
+            QStringList names;
+            for (const QString& f : m_files)
+                names << displayName(f);
+            err(QStringLiteral(": ") + names.join(QStringLiteral(", ")));
+        }
+        err(QStringLiteral("\n"));
     }
     return kExitFailures;
 }
@@ -77,22 +207,26 @@ QString fourCCText(uint32_t code)
 
 bool parseFourCC(const QString& text, uint32_t* out)
 {
-    if (text.startsWith(QLatin1String("0x"), Qt::CaseInsensitive) && text.size() > 2 && text.size() <= 10) {
-        bool ok = false;
-        const uint32_t value = text.mid(2).toUInt(&ok, 16);
-        if (ok)
-            *out = value;
-        return ok;
-    }
-    if (text.isEmpty() || text.size() > 4)
-        return false;
     uint32_t value = 0;
-    for (int i = 0; i < 4; ++i) {
-        const QChar c = i < text.size() ? text.at(i) : QLatin1Char(' ');
-        if (c.unicode() < 0x20 || c.unicode() > 0x7E)
-            return false;
-        value = (value << 8) | uint32_t(c.unicode());
+    if (text.size() == 10 && text.startsWith(QLatin1String("0x"), Qt::CaseInsensitive)) {
+        for (qsizetype i = 2; i < 10; ++i) {
+            const char16_t c = text.at(i).toLower().unicode();
+            const int digit = c >= '0' && c <= '9' ? c - '0' : c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
+            if (digit < 0)
+                return false;
+            value = (value << 4) | uint32_t(digit);
+        }
+    } else if (text.size() == 4) {
+        for (QChar c : text) {
+            if (c.unicode() < 0x20 || c.unicode() > 0x7E)
+                return false;
+            value = (value << 8) | uint32_t(c.unicode());
+        }
+    } else {
+        return false;
     }
+    if (value == 0)
+        return false;
     *out = value;
     return true;
 }
@@ -218,6 +352,39 @@ bool readTargetOptions(const QCommandLineParser& parser, TargetOptions* target, 
     if (target->isFloat)
         target->bits = 32;
     return true;
+}
+
+bool isOtherAudioName(const QString& fileName)
+{
+    const QByteArray native = fileName.toUtf8();
+    switch (CFileUtilFileTypeFromName(native.constData())) {
+    case 0:
+        break;
+    case kAudioFileAIFFType:
+    case kAudioFileWAVEType:
+    case kAudioFileCAFType:
+    case kAudioFileSoundDesigner2Type:
+        return false;
+    default:
+        return true; // a type of the naming rules that is no container of the tool
+    }
+    static const char* const more[] = {"flac", "ogg", "oga", "opus", "w64", "mp2", "aac", "wma", "ape", "wv",
+        "au", "snd", "voc", "amr", "ac3", "dts", "mka", "aup", "rx2", "rex", "mid", "midi"};
+    const qsizetype dot = fileName.lastIndexOf(QLatin1Char('.'));
+    if (dot < 0)
+        return false;
+    const QString ext = fileName.mid(dot + 1).toLower();
+    for (const char* e : more) {
+        if (ext == QLatin1String(e))
+            return true;
+    }
+    return false;
+}
+
+bool isAudioName(const QString& fileName)
+{
+    return containerFromName(fileName) != 0 || fileName.endsWith(QLatin1String(".aiff"), Qt::CaseInsensitive)
+        || isOtherAudioName(fileName);
 }
 
 bool pathExists(const QString& path)

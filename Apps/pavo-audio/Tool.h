@@ -28,28 +28,62 @@ void err(const QString& text);
 /// their number (and as four characters when they spell some).
 QString describeResult(OSStatus code);
 
-/// Collects the files that failed in a batch and reports them as they happen and again
-/// at the end.
+/// The errno value that says in the system's words what a result code means, or 0 for
+/// codes that are no system condition.
+int errnoFor(OSStatus code);
+/// "No such file or directory (fnfErr -43)": the system's words first when there are
+/// some (`errnum`, else errnoFor(code)), then the result code.
+QString describeFailure(OSStatus code, int errnum = 0);
+/// errno after a failed write when it says why in a way worth telling (file too large,
+/// disk or quota full, read-only or failing device), else 0. The service's result
+/// codes leave these conditions unnamed.
+int writeErrno();
+/// Why `path` cannot be opened for reading as the system sees it (EISDIR for a
+/// folder), or 0 when it can.
+int openErrno(const QString& path);
+
+/// The file-system result code closest to an errno value (fnfErr, permErr, ...;
+/// ioErr when none is closer).
+OSStatus resultForErrno(int errnum);
+
+/// A file name as it is shown: control characters escaped as sha256sum does ("\n",
+/// "\r", "\\"; others as "\xHH"). `escaped` tells whether anything was.
+QString displayName(const QString& name, bool* escaped = nullptr);
+
+/// The refusal of an output that is one of the inputs.
+inline const QString kIsTheInput
+    = QStringLiteral("is an input of this command (the same file); refused even with --force");
+
+/// Collects the files that failed in a batch. Each failure is reported once, as it
+/// happens; the end of a batch of several items says how many failed and, when more
+/// than one did, which.
 class Failures {
 public:
-    /// Reports "pavo-audio: FILE: WHAT: <result>" on standard error and keeps it.
-    void add(const QString& file, const QString& what, OSStatus code);
+    /// Reports "pavo-audio: FILE: WHAT: <failure>" on standard error and keeps the file.
+    void add(const QString& file, const QString& what, OSStatus code, int errnum = 0);
+    /// "cannot open" with the system's reason for the path when it has one.
+    void addOpen(const QString& file, OSStatus code);
+    /// A failure the system reported as `errnum`.
+    void addErrno(const QString& file, const QString& what, int errnum);
+    /// An existing output left alone.
+    void addNotOverwritten(const QString& file);
     /// The same with a reason in words.
     void addText(const QString& file, const QString& reason);
-    bool empty() const { return m_lines.empty(); }
-    int count() const { return int(m_lines.size()); }
-    /// When more than one item was handled and some failed, lists the failures again;
+    bool empty() const { return m_files.empty(); }
+    int count() const { return int(m_files.size()); }
+    /// Prints the summary (when more than one item was handled and some failed);
     /// returns the exit status (kExitOK or kExitFailures).
     int finish(int handled) const;
 
 private:
-    std::vector<QString> m_lines;
+    std::vector<QString> m_files;
 };
 
 /// A four-character code as text: the four characters when they are printable, else
 /// 0xXXXXXXXX.
 QString fourCCText(uint32_t code);
-/// Parses "basc", "ID3" (padded with blanks) or "0x62617363"; false for anything else.
+/// Parses four printable ASCII characters ("basc", "ID3 ") or 0x and eight hex digits
+/// ("0x62617363"); false for anything else and for 0.
 bool parseFourCC(const QString& text, uint32_t* out);
 
 /// Display name of a container type ("AIFF", "AIFC", "WAVE", "CAF", "SD2").
@@ -64,6 +98,12 @@ QString extensionFor(uint32_t fileType);
 
 /// Prints the manual page of a command ("" for the tool itself).
 void printHelp(const QString& command);
+/// Whether `command` has a manual page.
+bool hasHelp(const QString& command);
+/// The command names.
+QStringList commandNames();
+/// Prints the short usage on standard error.
+void printUsage();
 /// Parses `args` (the command's own, without the program and command names) with the
 /// parser's options plus --help. Returns -1 to go on; otherwise the exit status to
 /// return at once (help printed or usage error reported).
@@ -81,6 +121,13 @@ struct TargetOptions {
 void addTargetOptions(QCommandLineParser& parser);
 /// Reads --format, --bits and --float; false (with the message) when a value is wrong.
 bool readTargetOptions(const QCommandLineParser& parser, TargetOptions* out, QString* message);
+
+/// Whether a file name's extension names audio that the tool does not read: the naming
+/// rules' other types (MP3, MP4, AAC) and the common formats they leave out (FLAC, Ogg,
+/// Wave64, ...).
+bool isOtherAudioName(const QString& fileName);
+/// Whether a file name's extension names any audio file.
+bool isAudioName(const QString& fileName);
 
 /// Whether the path names an existing file or folder (also a dangling link).
 bool pathExists(const QString& path);

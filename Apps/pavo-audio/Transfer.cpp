@@ -3,6 +3,8 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <algorithm>
+#include <climits>
 #include <cstring>
 
 namespace pavoaudio {
@@ -42,17 +44,109 @@ QString placeIn(const QString& dir, const QString& name)
     return dir == QLatin1String(".") ? name : QDir(dir).filePath(name);
 }
 
+StereoName stereoName(const QString& name)
+{
+    StereoName s;
+    QByteArray bytes = name.toUtf8();
+    int index = CFileUtilHasStereoExtension(bytes.constData());
+    if (index < 0) {
+        // A suffix of a row without an extension, followed by an audio extension.
+        const qsizetype dot = bytes.lastIndexOf('.');
+        if (dot <= 0 || CFileUtilFileTypeFromName(bytes.constData() + dot) == 0)
+            return s;
+        const QByteArray rest = bytes.left(dot);
+        index = CFileUtilHasStereoExtension(rest.constData());
+        const tAudioFileType* row = index >= 0 ? CFileUtilAudioFileType(index >> 1) : nullptr;
+        if (row == nullptr || row->extension[0] != 0)
+            return s;
+        s.extension = QString::fromUtf8(bytes.mid(dot));
+        bytes = rest;
+    }
+    const int position = CFileUtilGetPointExt(bytes.constData());
+    if (position < 0)
+        return StereoName();
+    s.index = index;
+    s.stem = QString::fromUtf8(bytes.left(position));
+    s.suffix = QString::fromUtf8(bytes.mid(position));
+    return s;
+}
+
 QString partnerName(const QString& name)
 {
-    const QByteArray bytes = name.toUtf8();
-    const int index = CFileUtilHasStereoExtension(bytes.constData());
-    const int position = CFileUtilGetPointExt(bytes.constData());
-    if (index < 0 || position < 0)
-        return QString();
+    const StereoName s = stereoName(name);
     char suffix[8] = {};
-    if (CFileUtilGetStereoExtension(suffix, index ^ 1) == nullptr)
+    if (!s.isHalf() || CFileUtilGetStereoExtension(suffix, s.index ^ 1) == nullptr)
         return QString();
-    return QString::fromUtf8(bytes.left(position)) + QString::fromLatin1(suffix);
+    // The partner's suffix in the letter case of this one's (the rules ignore case).
+    QString other = QString::fromLatin1(suffix);
+    for (qsizetype i = 0; i < other.size() && i < s.suffix.size(); ++i) {
+        if (s.suffix.at(i).isLower())
+            other[i] = other.at(i).toLower();
+        else if (s.suffix.at(i).isUpper())
+            other[i] = other.at(i).toUpper();
+    }
+    return s.stem + other + s.extension;
+}
+
+bool movesWords(std::initializer_list<const AudioAccess*> sources, bool targetFloat, int targetBits)
+{
+    if (targetFloat && targetBits != 32)
+        return false;
+    for (const AudioAccess* a : sources) {
+        if (!a->hasWords() || a->isFloat() != targetFloat)
+            return false;
+    }
+    return true;
+}
+
+OSStatus SampleMover::read(
+    AudioAccess& file, int64_t start, uint32_t count, std::vector<uint32_t>& out, uint32_t* got)
+{
+    const size_t n = size_t(count) * size_t(file.channels());
+    out.resize(n);
+    if (m_words)
+        return file.readWords(out.data(), start, count, got);
+    m_floats.resize(n);
+    const OSStatus e = file.readFloat(m_floats.data(), start, count, got);
+    std::memcpy(out.data(), m_floats.data(), n * sizeof(float));
+    return e;
+}
+
+OSStatus SampleMover::write(AudioAccess& file, int64_t start, uint32_t count, std::vector<uint32_t>& in)
+{
+    const size_t n = size_t(count) * size_t(file.channels());
+    if (m_words) {
+        if (m_dither)
+            ditherWords(in.data(), n, m_bits, &m_noise);
+        return file.writeWords(in.data(), start, count);
+    }
+    m_floats.resize(n);
+    std::memcpy(m_floats.data(), in.data(), n * sizeof(float));
+    return file.writeFloat(m_floats.data(), start, count);
+}
+
+void ditherWords(uint32_t* words, size_t count, int bits, uint64_t* state)
+{
+    if (bits >= 32)
+        return;
+    const int64_t step = int64_t(1) << (32 - bits);
+    const int64_t top = int64_t(INT32_MAX) & ~(step - 1);
+    uint64_t x = *state != 0 ? *state : 0x9E3779B97F4A7C15ull;
+    auto next = [&x] {
+        // xorshift64*: plenty for dither noise.
+        x ^= x >> 12;
+        x ^= x << 25;
+        x ^= x >> 27;
+        return x * 0x2545F4914F6CDD1Dull;
+    };
+    for (size_t i = 0; i < count; ++i) {
+        const uint64_t r = next();
+        const int64_t noise = int64_t(r & uint64_t(step - 1)) - int64_t((r >> 32) & uint64_t(step - 1));
+        int64_t v = int64_t(int32_t(words[i])) + noise + step / 2;
+        v = std::clamp<int64_t>(v, INT32_MIN, top);
+        words[i] = uint32_t(int32_t(v)) & ~uint32_t(step - 1);
+    }
+    *state = x;
 }
 
 namespace {
@@ -74,7 +168,8 @@ QString frameworkUnique(const QString& dir, const QString& name, bool pair)
     bool ascii = true;
     for (QChar c : name)
         ascii = ascii && c.unicode() >= 0x20 && c.unicode() < 0x7F;
-    if (!ascii || name.size() > 31)
+    // Its records know no suffix followed by an extension ("Pad(L).wav").
+    if (!ascii || name.size() > 31 || (pair && !stereoName(name).extension.isEmpty()))
         return QString();
     CFileRef ref(QDir(dir).absolutePath(), name);
     FSSpec fsSpec {};
@@ -107,11 +202,10 @@ QString uniqueName(const QString& dir, const QString& name, bool pair)
     // Same scheme for names beyond the records: "#n" before the stereo suffix, or else
     // before the extension.
     QString stem = name, ending;
-    const QByteArray bytes = name.toUtf8();
-    const int position = pair ? CFileUtilGetPointExt(bytes.constData()) : -1;
-    if (position >= 0) {
-        stem = QString::fromUtf8(bytes.left(position));
-        ending = QString::fromUtf8(bytes.mid(position));
+    const StereoName half = pair ? stereoName(name) : StereoName();
+    if (half.isHalf()) {
+        stem = half.stem;
+        ending = half.suffix + half.extension;
     } else if (const qsizetype dot = name.lastIndexOf(QLatin1Char('.')); dot > 0) {
         stem = name.left(dot);
         ending = name.mid(dot);

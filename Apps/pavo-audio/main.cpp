@@ -11,8 +11,10 @@ int main(int argc, char** argv)
     QCoreApplication app(argc, argv);
     QStringList args = QCoreApplication::arguments();
     args.removeFirst();
-    if (args.isEmpty())
-        return usageError(QString(), QStringLiteral("no command given"));
+    if (args.isEmpty()) {
+        printUsage();
+        return kExitUsage;
+    }
     const QString command = args.takeFirst();
     if (command == QLatin1String("--help") || command == QLatin1String("-h")) {
         printHelp(QString());
@@ -23,6 +25,10 @@ int main(int argc, char** argv)
         return kExitOK;
     }
     if (command == QLatin1String("help")) {
+        if (args.size() > 1 || (!args.isEmpty() && !hasHelp(args.at(0))))
+            return usageError(QString(),
+                QStringLiteral("no help for '%1'; the commands are %2")
+                    .arg(args.join(QLatin1Char(' ')), commandNames().join(QStringLiteral(", "))));
         printHelp(args.value(0));
         return kExitOK;
     }

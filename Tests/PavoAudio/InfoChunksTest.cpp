@@ -90,8 +90,8 @@ TEST(PavoAudioInfo, BatchGoesOnPastBadFilesAndNamesThemWithTheResultCode)
     ASSERT_EQ(all.size(), 3);
     EXPECT_EQ(all.at(1).toObject().value(QStringLiteral("frames")).toInt(), 4410);
     EXPECT_EQ(all.at(0).toObject().value(QStringLiteral("resultCode")).toInt(), fnfErr);
-    EXPECT_TRUE(
-        r.errText().contains(QStringLiteral("Missing.aif: cannot open: fnfErr (-43): file not found")))
+    EXPECT_TRUE(r.errText().contains(
+        QStringLiteral("Missing.aif: cannot open: No such file or directory (fnfErr -43)")))
         << r.errText().toStdString();
     EXPECT_TRUE(
         r.errText().contains(QStringLiteral("Text.wav: cannot open: kAudioFileUnsupportedFileTypeError")));
@@ -128,6 +128,12 @@ TEST(PavoAudioChunks, SetGetListAndRemoveWithoutSilentOverwrites)
     EXPECT_EQ(basc.value(QStringLiteral("header")).toArray().at(1).toInt(), 120000);
     EXPECT_EQ(basc.value(QStringLiteral("shorts")).toArray().at(4).toInt(), 0x0104);
     EXPECT_EQ(basc.value(QStringLiteral("values")).toArray().at(15).toInt(), 1015);
+    // Each field under its name in the record, in the text too.
+    EXPECT_EQ(
+        basc.value(QStringLiteral("fields")).toObject().value(QStringLiteral("words[4]")).toInt(), 0x0104);
+    const QString text = f.tool({QStringLiteral("info"), QStringLiteral("Loop.aif")}).outText();
+    EXPECT_TRUE(text.contains(QStringLiteral("value2:      @4 (32-bit)    120000\n"))) << text.toStdString();
+    EXPECT_TRUE(text.contains(QStringLiteral("values[15]:  @78 (32-bit)   1015\n")));
 
     // Replacing needs --force; the refused edit leaves the file as it was.
     const QByteArray before = readAll(f.path(QStringLiteral("Loop.aif")));
@@ -184,7 +190,16 @@ TEST(PavoAudioChunks, RefusesStructuralChunksAndBadArguments)
     RunResult r = f.tool({QStringLiteral("chunks"), QStringLiteral("set"), QStringLiteral("Loop.wav"),
         QStringLiteral("data"), QStringLiteral("p.bin"), QStringLiteral("--force")});
     EXPECT_EQ(r.status, 1);
-    EXPECT_TRUE(r.errText().contains(QStringLiteral("kAudioFileInvalidChunkError")));
+    EXPECT_TRUE(r.errText().contains(QStringLiteral("chunk 'data' is part of the WAVE container")));
+    EXPECT_EQ(readAll(f.path(QStringLiteral("Loop.wav"))), before);
+    // IDs are four printable characters or eight hex digits, never 0.
+    for (const char* bad : {"0x4142", "ID3", "0x00000000", "0x6261736g", "ab\tc"}) {
+        SCOPED_TRACE(bad);
+        EXPECT_EQ(f.tool({QStringLiteral("chunks"), QStringLiteral("set"), QStringLiteral("Loop.wav"),
+                             QString::fromUtf8(bad), QStringLiteral("p.bin")})
+                      .status,
+            2);
+    }
     EXPECT_EQ(readAll(f.path(QStringLiteral("Loop.wav"))), before);
 
     r = f.tool({QStringLiteral("chunks"), QStringLiteral("get"), QStringLiteral("Loop.wav"),

@@ -43,13 +43,22 @@ public:
     QString path(const QString& name) const { return m_dir.filePath(name); }
     QString dir() const { return m_dir.path(); }
 
-    RunResult tool(const QStringList& args, const QByteArray& input = QByteArray()) const
+    /// The tool's program file.
+    static QString program()
     {
         // PAVO_AUDIO_TOOL in the environment runs another build of the tool (a sanitizer one).
-        const QString program = qEnvironmentVariableIsSet("PAVO_AUDIO_TOOL")
-            ? qEnvironmentVariable("PAVO_AUDIO_TOOL")
-            : QStringLiteral(PAVO_AUDIO_TOOL);
-        return runProgram(program, args, m_dir.path(), input);
+        return qEnvironmentVariableIsSet("PAVO_AUDIO_TOOL") ? qEnvironmentVariable("PAVO_AUDIO_TOOL")
+                                                            : QStringLiteral(PAVO_AUDIO_TOOL);
+    }
+    RunResult tool(const QStringList& args, const QByteArray& input = QByteArray()) const
+    {
+        return runProgram(program(), args, m_dir.path(), input);
+    }
+    /// The tool through /bin/sh, after `setup` (a shell command such as "ulimit -f 8").
+    RunResult toolAfter(const QString& setup, const QStringList& args) const
+    {
+        QStringList all {QStringLiteral("-c"), setup + QStringLiteral("; exec \"$0\" \"$@\""), program()};
+        return runProgram(QStringLiteral("/bin/sh"), all + args, m_dir.path());
     }
     /// sox; true when it succeeded.
     bool sox(const QStringList& args) const
