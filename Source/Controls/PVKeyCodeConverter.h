@@ -2,6 +2,7 @@
 // characters, turned into one another and into readable key-command texts.
 #pragma once
 
+#include "PvEvent.h"
 #include "PvKeyboardLayout.h"
 
 #include <QHash>
@@ -10,16 +11,6 @@
 
 #include <cstdint>
 #include <memory>
-
-/** Event modifier flags of key commands, as the AppKit event model numbers them. */
-enum PvEventModifierFlag : uint32_t {
-    PvShiftKeyMask = 0x20000, ///< ⇧
-    PvControlKeyMask = 0x40000, ///< ⌃
-    PvAlternateKeyMask = 0x80000, ///< ⌥ (Option)
-    PvCommandKeyMask = 0x100000, ///< ⌘
-    PvNumericPadKeyMask = 0x200000, ///< the key is on the numeric pad (or an arrow key)
-    PvFunctionKeyMask = 0x800000, ///< the key is a function key (navigation, editing)
-};
 
 /** One row of kGlyphTable: the codes and pictures of one special key. */
 struct PvKeyGlyph {

@@ -98,38 +98,6 @@ std::optional<uint16_t> keyCodeFromScanCode(quint32 scanCode)
 
 } // namespace
 
-uint32_t PvKeyCommand::modifierFlagsForQt(Qt::KeyboardModifiers modifiers)
-{
-    uint32_t flags = 0;
-    if (modifiers & Qt::ShiftModifier)
-        flags |= PvShiftKeyMask;
-    if (modifiers & Qt::MetaModifier)
-        flags |= PvControlKeyMask;
-    if (modifiers & Qt::AltModifier)
-        flags |= PvAlternateKeyMask;
-    if (modifiers & Qt::ControlModifier)
-        flags |= PvCommandKeyMask;
-    if (modifiers & Qt::KeypadModifier)
-        flags |= PvNumericPadKeyMask;
-    return flags;
-}
-
-Qt::KeyboardModifiers PvKeyCommand::qtModifiersForFlags(uint32_t flags)
-{
-    Qt::KeyboardModifiers modifiers;
-    if (flags & PvShiftKeyMask)
-        modifiers |= Qt::ShiftModifier;
-    if (flags & PvControlKeyMask)
-        modifiers |= Qt::MetaModifier;
-    if (flags & PvAlternateKeyMask)
-        modifiers |= Qt::AltModifier;
-    if (flags & PvCommandKeyMask)
-        modifiers |= Qt::ControlModifier;
-    if (flags & PvNumericPadKeyMask)
-        modifiers |= Qt::KeypadModifier;
-    return modifiers;
-}
-
 std::optional<uint16_t> PvKeyCommand::keyCodeForQtKey(int qtKey, bool keypad)
 {
     if (keypad) {

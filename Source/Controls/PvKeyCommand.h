@@ -1,6 +1,8 @@
 // PvKeyCommand: a key command (key code and modifier flags) recorded from a Qt key event.
 #pragma once
 
+#include "PvEvent.h"
+
 #include <QString>
 #include <Qt>
 
@@ -14,10 +16,11 @@ class QKeyEvent;
     modifier flags (PvShiftKeyMask and its siblings). Hosts' key-command editors make one
     from each key press and show it with text(), e.g. "⌃⌥⇧⌘F5".
 
-    Modifiers follow Qt's own cross-platform convention, so that key commands recorded
-    on one system mean the same keys on the other: Qt::ControlModifier (Ctrl here, ⌘ on a
-    Mac) is ⌘, Qt::MetaModifier (the Super/Windows key here, Control on a Mac) is ⌃,
-    Qt::AltModifier is ⌥, Qt::ShiftModifier is ⇧, Qt::KeypadModifier is PvNumericPadKeyMask.
+    Modifiers follow the framework's one mapping, pv_modifierFlagsForQt(): Qt's own
+    cross-platform convention, so that key commands recorded on one system mean the same
+    keys on the other: Qt::ControlModifier (Ctrl here, ⌘ on a Mac) is ⌘, Qt::AltModifier
+    is ⌥ and Qt::MetaModifier (the Super key) ⌃ unless the host chose Meta for Option
+    (pv_setOptionModifier()), Shift is ⇧, Qt::KeypadModifier is PvNumericPadKeyMask.
 
     A plain value type; fromKeyEvent() reads the current keyboard layout and so belongs
     on the main thread.
@@ -40,11 +43,11 @@ struct PvKeyCommand {
     */
     static std::optional<PvKeyCommand> fromKeyEvent(const QKeyEvent& event);
 
-    /** The modifier flags of Qt keyboard modifiers (see the class description). */
-    static uint32_t modifierFlagsForQt(Qt::KeyboardModifiers modifiers);
+    /** The modifier flags of Qt keyboard modifiers: pv_modifierFlagsForQt(). */
+    static uint32_t modifierFlagsForQt(Qt::KeyboardModifiers modifiers) { return pv_modifierFlagsForQt(modifiers); }
 
-    /** The Qt keyboard modifiers of modifier flags; the inverse of modifierFlagsForQt(). */
-    static Qt::KeyboardModifiers qtModifiersForFlags(uint32_t flags);
+    /** The Qt keyboard modifiers of modifier flags: pv_qtModifiersForFlags(). */
+    static Qt::KeyboardModifiers qtModifiersForFlags(uint32_t flags) { return pv_qtModifiersForFlags(flags); }
 
     /**
         The Mac key code of a Qt key that names a key position whatever the layout:

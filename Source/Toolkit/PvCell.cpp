@@ -160,7 +160,8 @@ void PvCell::drawInteriorWithFrame(QPainter& painter, const QRectF& frame, PvCon
     painter.setPen(pal.color(group, selected ? QPalette::HighlightedText : QPalette::Text));
     const qreal hm = kHorizontalMargin[m_controlSize];
     const qreal vm = kVerticalMargin[m_controlSize];
-    painter.drawText(frame.adjusted(hm, vm, -hm, -vm), int(m_alignment) | Qt::TextSingleLine, text);
+    const QRectF box = pv_uprightRect(painter, frame);
+    painter.drawText(box.adjusted(hm, vm, -hm, -vm), int(m_alignment) | Qt::TextSingleLine, text);
     painter.restore();
 }
 

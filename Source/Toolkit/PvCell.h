@@ -139,6 +139,10 @@ public:
         returns at once whether tracking started, and the rest follows the view's events.
     */
     virtual bool trackMouse(const PvEvent& event, const QRectF& frame, PvControl* view, bool untilMouseUp);
+    /// Whether the control tracks a press on this cell until the mouse goes up (value cells
+    /// such as sliders), rather than only while the mouse is inside the cell's frame (the
+    /// default, as for buttons).
+    virtual bool prefersTrackingUntilMouseUp() const { return false; }
     /// The frame given to the current or last trackMouse().
     QRectF trackingFrame() const { return m_trackingFrame; }
     /// A wheel event over the cell; returns whether it was used. The base uses none.

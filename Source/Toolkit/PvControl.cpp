@@ -4,10 +4,15 @@
 #include "PvTargetAction.h"
 
 #include <QEventLoop>
+#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QStyleHints>
+#include <QToolTip>
 #include <QWheelEvent>
+
+#include <cmath>
 
 PvControl::PvControl(QWidget* parent)
     : QWidget(parent)
@@ -35,7 +40,7 @@ void PvControl::setCell(std::unique_ptr<PvCell> cell)
     m_cell = std::move(cell);
     if (m_cell) {
         m_cell->setControlView(this);
-        m_cell->setEnabled(isEnabled());
+        adoptCell(m_cell.get());
     }
     updateGeometry();
     update();
@@ -57,9 +62,93 @@ QRectF PvControl::frameOfCell(const PvCell* cell) const
 
 void PvControl::updateCell(const PvCell* cell)
 {
+    if (m_cellUpdateHold > 0) {
+        m_cellUpdatePending = true;
+        return;
+    }
     const QRectF f = frameOfCell(cell);
     if (!f.isEmpty())
-        update(f.toAlignedRect());
+        setNeedsDisplayInRect(f);
+}
+
+void PvControl::releaseCellUpdates()
+{
+    if (m_cellUpdateHold > 0 && --m_cellUpdateHold == 0 && m_cellUpdatePending) {
+        m_cellUpdatePending = false;
+        update();
+    }
+}
+
+void PvControl::adoptCell(PvCell* cell)
+{
+    if (cell && !isEnabled())
+        cell->setEnabled(false);
+}
+
+QPointF PvControl::convertFromWidget(const QPointF& point) const
+{
+    return isFlipped() ? point : QPointF(point.x(), height() - point.y());
+}
+
+QRectF PvControl::convertFromWidget(const QRectF& rect) const
+{
+    if (isFlipped())
+        return rect;
+    return QRectF(rect.x(), height() - rect.y() - rect.height(), rect.width(), rect.height());
+}
+
+void PvControl::setNeedsDisplayInRect(const QRectF& rect)
+{
+    update(convertToWidget(rect).toAlignedRect());
+}
+
+QRectF pv_uprightRect(QPainter& painter, const QRectF& rect)
+{
+    if (painter.worldTransform().m22() >= 0)
+        return rect;
+    // Mirror about the rectangle's own horizontal centre line, so it covers the same area
+    // with y growing downward again.
+    painter.translate(0, rect.top() + rect.bottom());
+    painter.scale(1, -1);
+    return rect;
+}
+
+// ---- tool-tip areas ---------------------------------------------------------------
+
+int PvControl::addToolTipRect(const QRectF& rect, PvToolTipOwner* owner, const QVariant& userData)
+{
+    const int tag = m_nextToolTipTag++;
+    if (m_nextToolTipTag <= 0)
+        m_nextToolTipTag = 1;
+    m_toolTips.push_back(ToolTipArea {tag, rect, owner, userData});
+    return tag;
+}
+
+void PvControl::removeToolTip(int tag)
+{
+    std::erase_if(m_toolTips, [tag](const ToolTipArea& a) { return a.tag == tag; });
+}
+
+void PvControl::removeAllToolTips()
+{
+    m_toolTips.clear();
+}
+
+bool PvControl::showToolTip(QHelpEvent* event)
+{
+    const QPointF p = convertFromWidget(QPointF(event->pos()));
+    for (auto it = m_toolTips.rbegin(); it != m_toolTips.rend(); ++it) {
+        if (!it->rect.contains(p) || !it->owner)
+            continue;
+        const ToolTipArea area = *it; // the owner may remove the area while answering
+        const QString text = area.owner->viewStringForToolTip(this, area.tag, p, area.userData);
+        if (text.isEmpty())
+            QToolTip::hideText();
+        else
+            QToolTip::showText(event->globalPos(), text, this, convertToWidget(area.rect).toAlignedRect());
+        return true;
+    }
+    return false;
 }
 
 double PvControl::doubleValue() const
@@ -124,6 +213,7 @@ bool PvControl::trackCell(PvCell* cell, const PvEvent& event, const QRectF& fram
     if (!cell || m_tracking.cell)
         return false;
     m_tracking = Tracking {cell, frame, event.location, untilMouseUp, false, nullptr};
+    m_pending = {};
     if (!cell->startTrackingAt(event.location, this)) {
         m_tracking = {};
         return false;
@@ -146,6 +236,7 @@ void PvControl::cancelTracking()
 {
     if (m_tracking.cell)
         endTracking(false, m_tracking.lastPoint);
+    m_pending = {};
 }
 
 void PvControl::endTracking(bool mouseIsUp, const QPointF& point)
@@ -158,6 +249,9 @@ void PvControl::endTracking(bool mouseIsUp, const QPointF& point)
     // a new tracking from it.
     m_tracking.cell = nullptr;
     m_tracking.result = m_tracking.untilMouseUp ? mouseIsUp : (mouseIsUp && inside);
+    // A cell that stopped because the mouse left its frame tracks again if it comes back.
+    if (!mouseIsUp && !m_tracking.untilMouseUp && !inside)
+        m_pending = PendingPress {cell, m_tracking.frame, m_currentEvent.eventNumber};
     QPointer<PvControl> self(this);
     cell->stopTracking(last, point, this, mouseIsUp);
     if (!self)
@@ -202,78 +296,127 @@ QString PvControl::accessibilityValue() const
 
 // ---- event translation ----------------------------------------------------------
 
-namespace {
-
-PvEvent mouseEvent(PvEventType type, const QMouseEvent* e, int clickCount, int number)
+PvEvent PvControl::eventFromMouse(PvEventType type, const QMouseEvent* e) const
 {
     PvEvent ev;
     ev.type = type;
-    ev.location = e->position();
+    ev.location = convertFromWidget(e->position());
     ev.modifiers = e->modifiers();
-    ev.clickCount = clickCount;
-    ev.eventNumber = number;
+    ev.modifierFlags = pv_modifierFlagsForQt(e->modifiers());
+    ev.clickCount = m_currentEvent.clickCount;
+    ev.eventNumber = m_eventNumber;
     return ev;
 }
 
-} // namespace
-
-void PvControl::press(QMouseEvent* event, int clickCount)
+PvEvent PvControl::eventFromKey(PvEventType type, const QKeyEvent* e) const
 {
-    if (event->button() == Qt::LeftButton) {
-        m_currentEvent = mouseEvent(PvLeftMouseDown, event, clickCount, ++m_eventNumber);
-        event->accept();
-        mouseDown(m_currentEvent);
-    } else if (event->button() == Qt::RightButton) {
-        m_currentEvent = mouseEvent(PvRightMouseDown, event, clickCount, ++m_eventNumber);
-        rightMouseDown(m_currentEvent);
-    } else {
+    PvEvent ev;
+    ev.type = type;
+    ev.modifiers = e->modifiers();
+    ev.modifierFlags = pv_modifierFlagsForQt(e->modifiers());
+    ev.key = e->key();
+    ev.text = e->text();
+    ev.character = pv_keyCharacterForQtKey(e->key(), e->text(), e->modifiers());
+    ev.isAutoRepeat = e->isAutoRepeat();
+    ev.eventNumber = m_eventNumber;
+    return ev;
+}
+
+void PvControl::press(QMouseEvent* event)
+{
+    const Qt::MouseButton button = event->button();
+    if (button != Qt::LeftButton && button != Qt::RightButton) {
         event->ignore();
+        return;
     }
+    // Presses count up while each follows the last within the platform's double-click
+    // interval and distance, with the same button.
+    const QStyleHints* hints = QGuiApplication::styleHints();
+    const QPointF global = event->globalPosition();
+    const QPointF moved = global - m_clicks.globalPosition;
+    const bool continues = m_clicks.count > 0 && button == m_clicks.button
+        && event->timestamp() - m_clicks.timestamp < ulong(hints->mouseDoubleClickInterval())
+        && std::abs(moved.x()) + std::abs(moved.y()) <= hints->mouseDoubleClickDistance();
+    m_clicks = ClickHistory {event->timestamp(), global, button, continues ? m_clicks.count + 1 : 1};
+    m_lastGlobalPosition = global;
+    m_pending = {};
+    ++m_eventNumber;
+    m_currentEvent = eventFromMouse(button == Qt::LeftButton ? PvLeftMouseDown : PvRightMouseDown, event);
+    m_currentEvent.clickCount = m_clicks.count;
+    event->accept();
+    if (button == Qt::LeftButton)
+        mouseDown(m_currentEvent);
+    else
+        rightMouseDown(m_currentEvent);
 }
 
 void PvControl::mousePressEvent(QMouseEvent* event)
 {
-    press(event, 1);
+    press(event);
 }
 
 void PvControl::mouseDoubleClickEvent(QMouseEvent* event)
 {
-    // Qt sends the second press of a double click and then this event; the press has been
-    // handled, so only its click count changes. Without a press before it, it is the press.
-    if (event->button() == Qt::LeftButton && m_currentEvent.type == PvLeftMouseDown) {
-        m_currentEvent.clickCount = 2;
+    // The window system sends this after the second press, which press() has counted
+    // already. Only a double click without its press (synthesised by a host) is a press.
+    if (m_clicks.count >= 2 && event->timestamp() == m_clicks.timestamp && event->button() == m_clicks.button) {
+        event->accept();
         return;
     }
-    press(event, 2);
+    press(event);
+    if (m_currentEvent.clickCount < 2) {
+        m_clicks.count = 2;
+        m_currentEvent.clickCount = 2;
+    }
 }
 
 void PvControl::mouseMoveEvent(QMouseEvent* event)
 {
-    const bool dragging = event->buttons() & Qt::LeftButton;
-    m_currentEvent = mouseEvent(
-        dragging ? PvLeftMouseDragged : PvMouseMoved, event, m_currentEvent.clickCount, m_eventNumber);
-    if (dragging)
+    const bool left = event->buttons() & Qt::LeftButton;
+    const bool right = !left && (event->buttons() & Qt::RightButton);
+    m_currentEvent = eventFromMouse(left ? PvLeftMouseDragged : right ? PvRightMouseDragged : PvMouseMoved, event);
+    const QPointF global = event->globalPosition();
+    if (left || right) {
+        // Movement since the previous event of the press: right and down are positive.
+        m_currentEvent.deltaX = global.x() - m_lastGlobalPosition.x();
+        m_currentEvent.deltaY = global.y() - m_lastGlobalPosition.y();
+    }
+    m_lastGlobalPosition = global;
+    if (left)
         mouseDragged(m_currentEvent);
+    else if (right)
+        rightMouseDragged(m_currentEvent);
     else
         mouseMoved(m_currentEvent);
 }
 
 void PvControl::mouseReleaseEvent(QMouseEvent* event)
 {
-    if (event->button() != Qt::LeftButton) {
+    const Qt::MouseButton button = event->button();
+    if (button != Qt::LeftButton && button != Qt::RightButton) {
         event->ignore();
         return;
     }
-    m_currentEvent = mouseEvent(PvLeftMouseUp, event, m_currentEvent.clickCount, m_eventNumber);
-    mouseUp(m_currentEvent);
+    m_currentEvent = eventFromMouse(button == Qt::LeftButton ? PvLeftMouseUp : PvRightMouseUp, event);
+    const QPointF global = event->globalPosition();
+    m_currentEvent.deltaX = global.x() - m_lastGlobalPosition.x();
+    m_currentEvent.deltaY = global.y() - m_lastGlobalPosition.y();
+    m_lastGlobalPosition = global;
+    if (button == Qt::LeftButton) {
+        m_pending = {};
+        mouseUp(m_currentEvent);
+    } else {
+        rightMouseUp(m_currentEvent);
+    }
 }
 
 void PvControl::wheelEvent(QWheelEvent* event)
 {
     PvEvent ev;
     ev.type = PvScrollWheel;
-    ev.location = event->position();
+    ev.location = convertFromWidget(event->position());
     ev.modifiers = event->modifiers();
+    ev.modifierFlags = pv_modifierFlagsForQt(event->modifiers());
     ev.eventNumber = m_eventNumber;
     // 120 units of angle delta are one notch of a common wheel.
     ev.deltaX = event->angleDelta().x() / 120.0;
@@ -282,22 +425,46 @@ void PvControl::wheelEvent(QWheelEvent* event)
         ev.deltaX = -ev.deltaX;
         ev.deltaY = -ev.deltaY;
     }
+    // A plain wheel mouse has no horizontal wheel: Shift turns its wheel into one.
+    if ((ev.modifiers & Qt::ShiftModifier) && ev.deltaX == 0) {
+        ev.deltaX = ev.deltaY;
+        ev.deltaY = 0;
+    }
     m_currentEvent = ev;
     event->setAccepted(scrollWheel(ev));
 }
 
 void PvControl::keyPressEvent(QKeyEvent* event)
 {
-    PvEvent ev;
-    ev.type = PvKeyDown;
-    ev.modifiers = event->modifiers();
-    ev.key = event->key();
-    ev.text = event->text();
-    ev.isAutoRepeat = event->isAutoRepeat();
-    ev.eventNumber = m_eventNumber;
-    m_currentEvent = ev;
-    if (!keyDown(ev))
+    m_currentEvent = eventFromKey(PvKeyDown, event);
+    if (!keyDown(m_currentEvent))
         QWidget::keyPressEvent(event);
+}
+
+bool PvControl::event(QEvent* event)
+{
+    switch (event->type()) {
+    case QEvent::KeyPress: {
+        // QWidget::event() hands Tab and Back-tab to focus navigation before
+        // keyPressEvent(); the control sees them first.
+        auto* key = static_cast<QKeyEvent*>(event);
+        if (key->key() == Qt::Key_Tab || key->key() == Qt::Key_Backtab) {
+            m_currentEvent = eventFromKey(PvKeyDown, key);
+            if (keyDown(m_currentEvent)) {
+                event->accept();
+                return true;
+            }
+        }
+        break;
+    }
+    case QEvent::ToolTip:
+        if (showToolTip(static_cast<QHelpEvent*>(event)))
+            return true;
+        break;
+    default:
+        break;
+    }
+    return QWidget::event(event);
 }
 
 void PvControl::changeEvent(QEvent* event)
@@ -333,11 +500,19 @@ void PvControl::mouseDown(const PvEvent& event)
     PvCell* c = cellAtPoint(event.location, &frame);
     if (!c || !c->isEnabled())
         return;
-    c->trackMouse(event, frame, this, false);
+    c->trackMouse(event, frame, this, c->prefersTrackingUntilMouseUp());
 }
 
 void PvControl::mouseDragged(const PvEvent& event)
 {
+    if (!m_tracking.cell && m_pending.cell && m_pending.eventNumber == event.eventNumber
+        && m_pending.frame.contains(event.location)) {
+        const PendingPress pending = m_pending;
+        m_pending = {};
+        if (pending.cell->isEnabled())
+            pending.cell->trackMouse(event, pending.frame, this, false);
+        return;
+    }
     if (!m_tracking.cell)
         return;
     const QPointF last = m_tracking.lastPoint;
@@ -347,7 +522,7 @@ void PvControl::mouseDragged(const PvEvent& event)
     const bool goOn = cell->continueTracking(last, event.location, this);
     if (!self || m_tracking.cell != cell)
         return;
-    if (!goOn)
+    if (!goOn || (!m_tracking.untilMouseUp && !m_tracking.frame.contains(event.location)))
         endTracking(false, event.location);
 }
 
@@ -362,6 +537,14 @@ void PvControl::mouseMoved(const PvEvent&)
 }
 
 void PvControl::rightMouseDown(const PvEvent&)
+{
+}
+
+void PvControl::rightMouseDragged(const PvEvent&)
+{
+}
+
+void PvControl::rightMouseUp(const PvEvent&)
 {
 }
 
@@ -389,5 +572,9 @@ void PvControl::paintEvent(QPaintEvent* event)
 {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    drawRect(painter, event->rect());
+    if (!isFlipped()) {
+        painter.translate(0, height());
+        painter.scale(1, -1);
+    }
+    drawRect(painter, convertFromWidget(QRectF(event->rect())));
 }

@@ -9,6 +9,30 @@
 
 #include <functional>
 #include <memory>
+#include <vector>
+
+class PvControl;
+
+/**
+    Provides the text of a control's tool-tip rectangle when the pointer rests in it
+    (see PvControl::addToolTipRect()).
+*/
+class PvToolTipOwner {
+public:
+    virtual ~PvToolTipOwner() = default;
+    /// The text for the rectangle of tag at point (control coordinates); an empty text
+    /// shows no tip.
+    virtual QString viewStringForToolTip(PvControl* view, int tag, const QPointF& point, const QVariant& userData)
+        = 0;
+};
+
+/**
+    Makes drawing in a painter whose y axis grows upward (the painter of an unflipped
+    control) come out upright: when painter's transform flips y, it is changed so that rect
+    (in the current coordinates) is drawn upright, and the rectangle to draw into in the new
+    coordinates is returned; otherwise rect is returned as it is. Save the painter first.
+*/
+QRectF pv_uprightRect(QPainter& painter, const QRectF& rect);
 
 /**
     The base of the framework's controls: a QWidget that owns a cell (or, in subclasses
@@ -16,12 +40,24 @@
     tracking protocol.
 
     Every Qt input event is first copied into a PvEvent, the control's currentEvent(),
-    and handed to mouseDown(), mouseDragged(), mouseUp(), scrollWheel() or keyDown(),
-    which subclasses override in the platform's manner. A press on an enabled cell starts
-    PvCell::trackMouse(). By default tracking then follows the control's own events and
-    the press returns at once; with setTracksInNestedLoop(true) the press runs a nested
-    event loop until the button is released, as a modal tracking loop does (timers and
-    queued work keep running inside it).
+    and handed to mouseDown(), mouseDragged(), mouseUp(), the right-button and wheel
+    calls or keyDown(), which subclasses override in the platform's manner. Presses carry
+    their click count, drags their movement, key events the AppKit key character and every
+    event the AppKit modifier flags (see PvEvent). Tab and Back-tab reach keyDown() before
+    Qt's focus navigation, which gets them only when keyDown() does not use them.
+
+    A press on an enabled cell starts PvCell::trackMouse(), until the mouse goes up when
+    the cell prefersTrackingUntilMouseUp(); otherwise tracking ends when the mouse leaves
+    the cell's frame and starts again when it comes back during the same press. By default
+    tracking follows the control's own events and the press returns at once; with
+    setTracksInNestedLoop(true) the press runs a nested event loop until tracking ends, as
+    a modal tracking loop does (timers and queued work keep running inside it).
+
+    Coordinates: event locations, cell frames and the painter given to drawRect() use the
+    control's coordinate system, which is Qt's (y grows downward) while isFlipped() answers
+    true, as it does by default. A subclass answering false works in y-up coordinates with
+    the origin at the bottom-left corner; the painter is transformed to match, and pictures
+    and the cells' text still come out upright (see pv_uprightRect()).
 
     Target and action: the control keeps a target (not owned, watched) and an action name
     (see pv_sendAction()); every action sent also emits actionTriggered(), so Qt hosts can
@@ -51,6 +87,17 @@ public:
     virtual QRectF frameOfCell(const PvCell* cell) const;
     /// Redraws the area of cell.
     void updateCell(const PvCell* cell);
+
+    /// Whether y grows downward in the control's coordinates (Qt's way); true by default.
+    virtual bool isFlipped() const { return true; }
+    /// A point or rectangle in widget (Qt) coordinates in the control's coordinates, and
+    /// back; the identity for a flipped control.
+    QPointF convertFromWidget(const QPointF& point) const;
+    QRectF convertFromWidget(const QRectF& rect) const;
+    QPointF convertToWidget(const QPointF& point) const { return convertFromWidget(point); }
+    QRectF convertToWidget(const QRectF& rect) const { return convertFromWidget(rect); }
+    /// Redraws rect, given in the control's coordinates.
+    void setNeedsDisplayInRect(const QRectF& rect);
 
     // ---- values of the (selected) cell -------------------------------------------
     double doubleValue() const;
@@ -89,8 +136,23 @@ public:
     PvCell* trackingCell() const { return m_tracking.cell; }
     /// Starts tracking cell for a press (see PvCell::trackMouse(), which calls this).
     bool trackCell(PvCell* cell, const PvEvent& event, const QRectF& frame, bool untilMouseUp);
-    /// Ends the current tracking as if the cell had given up (mouseIsUp false).
+    /// Ends the current tracking as if the cell had given up (mouseIsUp false); the rest of
+    /// the press tracks nothing.
     void cancelTracking();
+
+    // ---- tool-tip areas ------------------------------------------------------------
+    /**
+        Adds a rectangle (control coordinates) whose tool tip owner provides: when the
+        pointer rests in it, owner->viewStringForToolTip() is asked for the text at that
+        moment. owner is not owned and must outlive the rectangle (or be removed first).
+        Where rectangles overlap, the one added last wins. Without a rectangle under the
+        pointer the widget's own toolTip() shows as usual.
+        @returns the tag that removeToolTip() takes; never 0.
+    */
+    int addToolTipRect(const QRectF& rect, class PvToolTipOwner* owner, const QVariant& userData = {});
+    /// Removes the rectangle of tag; unknown tags are ignored.
+    void removeToolTip(int tag);
+    void removeAllToolTips();
 
     /// Sizes the control to its cell's cellSize().
     virtual void sizeToFit();
@@ -138,15 +200,19 @@ protected:
     virtual void mouseUp(const PvEvent& event);
     virtual void mouseMoved(const PvEvent& event);
     virtual void rightMouseDown(const PvEvent& event);
+    virtual void rightMouseDragged(const PvEvent& event);
+    virtual void rightMouseUp(const PvEvent& event);
     /// Returns whether the wheel event was used; an unused one goes to the parent widget.
     virtual bool scrollWheel(const PvEvent& event);
     /// Returns whether the key was used; an unused one goes to the parent widget.
     virtual bool keyDown(const PvEvent& event);
     /// Called when tracking of a cell ended (after its stopTracking()).
     virtual void didStopTracking(PvCell* cell, bool mouseIsUp, bool mouseInside);
-    /// Draws the cells; the base draws its cell over the bounds.
+    /// Draws the cells; the base draws its cell over the bounds. painter and dirtyRect are
+    /// in the control's coordinates (see isFlipped()).
     virtual void drawRect(QPainter& painter, const QRectF& dirtyRect);
 
+    bool event(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override;
@@ -160,9 +226,22 @@ protected:
     /// Called for each owned cell when the enabled state changes; PvMatrix overrides it.
     virtual void forEachCell(const std::function<void(PvCell*)>& f);
 
+    /// Sets a cell's enabled state to what it has in this control: a cell keeps its own
+    /// state while the control is enabled and is disabled with it. For subclasses that
+    /// insert cells.
+    void adoptCell(PvCell* cell);
+
+    /// While held (calls nest), updateCell() only notes that something changed, and the
+    /// last release redraws the whole control once: for changes to many cells at a time.
+    void holdCellUpdates() { ++m_cellUpdateHold; }
+    void releaseCellUpdates();
+
 private:
-    void press(QMouseEvent* event, int clickCount);
+    void press(QMouseEvent* event);
     void endTracking(bool mouseIsUp, const QPointF& point);
+    PvEvent eventFromMouse(PvEventType type, const QMouseEvent* e) const;
+    PvEvent eventFromKey(PvEventType type, const QKeyEvent* e) const;
+    bool showToolTip(class QHelpEvent* event);
 
     struct Tracking {
         PvCell* cell = nullptr;
@@ -172,6 +251,25 @@ private:
         bool result = false;
         class QEventLoop* loop = nullptr;
     };
+    // The press whose cell stopped tracking when the mouse left its frame; tracking starts
+    // again when the mouse comes back inside during the same press.
+    struct PendingPress {
+        PvCell* cell = nullptr;
+        QRectF frame;
+        int eventNumber = 0;
+    };
+    struct ClickHistory {
+        ulong timestamp = 0;
+        QPointF globalPosition;
+        Qt::MouseButton button = Qt::NoButton;
+        int count = 0;
+    };
+    struct ToolTipArea {
+        int tag;
+        QRectF rect;
+        class PvToolTipOwner* owner;
+        QVariant userData;
+    };
     std::unique_ptr<PvCell> m_cell;
     QPointer<QObject> m_target;
     QByteArray m_action;
@@ -180,5 +278,12 @@ private:
     int m_eventNumber = 0;
     bool m_nestedTracking = false;
     Tracking m_tracking;
+    PendingPress m_pending;
+    ClickHistory m_clicks;
+    QPointF m_lastGlobalPosition; // of the previous event of the current press
+    std::vector<ToolTipArea> m_toolTips;
+    int m_nextToolTipTag = 1;
+    int m_cellUpdateHold = 0;
+    bool m_cellUpdatePending = false;
     QPointer<QObject> m_accessibilityParent;
 };

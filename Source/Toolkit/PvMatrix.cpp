@@ -48,30 +48,58 @@ PvCell* PvMatrix::cellWithTag(int tag) const
 
 bool PvMatrix::getRowColumnOfCell(const PvCell* cell, int* row, int* column) const
 {
-    for (size_t i = 0; i < m_cells.size(); ++i) {
-        if (m_cells[i].get() == cell) {
-            if (row)
-                *row = int(i) / m_columns;
-            if (column)
-                *column = int(i) % m_columns;
-            return true;
-        }
+    if (!m_indexValid) {
+        m_indexOfCell.clear();
+        m_indexOfCell.reserve(m_cells.size());
+        for (size_t i = 0; i < m_cells.size(); ++i)
+            m_indexOfCell.emplace(m_cells[i].get(), int(i));
+        m_indexValid = true;
     }
-    return false;
+    const auto it = m_indexOfCell.find(cell);
+    if (it == m_indexOfCell.end())
+        return false;
+    if (row)
+        *row = it->second / m_columns;
+    if (column)
+        *column = it->second % m_columns;
+    return true;
+}
+
+void PvMatrix::turnAllOff()
+{
+    holdCellUpdates();
+    for (const auto& c : m_cells)
+        c->setState(PvCell::OffState);
+    releaseCellUpdates();
+}
+
+void PvMatrix::cellsChanged()
+{
+    m_indexValid = false;
+    m_indexOfCell.clear();
+}
+
+void PvMatrix::adoptNewCell(PvCell* cell)
+{
+    cell->setControlView(this);
+    adoptCell(cell);
 }
 
 bool PvMatrix::getRowColumnForPoint(const QPointF& point, int* row, int* column) const
 {
     const qreal pitchX = m_cellSize.width() + m_spacing.width();
     const qreal pitchY = m_cellSize.height() + m_spacing.height();
-    if (point.x() < 0 || point.y() < 0 || pitchX <= 0 || pitchY <= 0)
+    // Rows count from the top edge in either flipping.
+    const qreal x = point.x();
+    const qreal y = isFlipped() ? point.y() : height() - point.y();
+    if (x < 0 || y < 0 || pitchX <= 0 || pitchY <= 0)
         return false;
-    const int c = int(std::floor(point.x() / pitchX));
-    const int r = int(std::floor(point.y() / pitchY));
+    const int c = int(std::min(std::floor(x / pitchX), qreal(m_columns)));
+    const int r = int(std::min(std::floor(y / pitchY), qreal(m_rows)));
     if (r >= m_rows || c >= m_columns)
         return false;
     // A point on the spacing between cells is in no cell.
-    if (point.x() - c * pitchX >= m_cellSize.width() || point.y() - r * pitchY >= m_cellSize.height())
+    if (x - c * pitchX >= m_cellSize.width() || y - r * pitchY >= m_cellSize.height())
         return false;
     if (row)
         *row = r;
@@ -82,8 +110,28 @@ bool PvMatrix::getRowColumnForPoint(const QPointF& point, int* row, int* column)
 
 QRectF PvMatrix::cellFrameAt(int row, int column) const
 {
-    return QRectF(column * (m_cellSize.width() + m_spacing.width()),
-        row * (m_cellSize.height() + m_spacing.height()), m_cellSize.width(), m_cellSize.height());
+    const qreal top = row * (m_cellSize.height() + m_spacing.height());
+    const qreal y = isFlipped() ? top : height() - top - m_cellSize.height();
+    return QRectF(column * (m_cellSize.width() + m_spacing.width()), y, m_cellSize.width(), m_cellSize.height());
+}
+
+bool PvMatrix::getRowColumnRangeInRect(
+    const QRectF& rect, int* firstRow, int* lastRow, int* firstColumn, int* lastColumn) const
+{
+    const qreal pitchX = m_cellSize.width() + m_spacing.width();
+    const qreal pitchY = m_cellSize.height() + m_spacing.height();
+    if (m_rows == 0 || m_columns == 0 || rect.isEmpty() || pitchX <= 0 || pitchY <= 0)
+        return false;
+    const qreal top = isFlipped() ? rect.top() : height() - rect.bottom();
+    const qreal bottom = top + rect.height();
+    auto clampIndex = [](qreal v, int n) { return int(std::clamp(v, 0.0, qreal(n - 1))); };
+    if (bottom < 0 || rect.right() < 0)
+        return false;
+    *firstRow = clampIndex(std::floor(top / pitchY), m_rows);
+    *lastRow = clampIndex(std::floor(bottom / pitchY), m_rows);
+    *firstColumn = clampIndex(std::floor(rect.left() / pitchX), m_columns);
+    *lastColumn = clampIndex(std::floor(rect.right() / pitchX), m_columns);
+    return true;
 }
 
 void PvMatrix::setPrototype(std::unique_ptr<PvCell> prototype)
@@ -111,11 +159,11 @@ void PvMatrix::renewRows(int rows, int columns)
                 slot = std::move(m_cells[size_t(indexOf(r, c))]);
             else
                 slot = makeCell(r, c);
-            slot->setControlView(this);
-            slot->setEnabled(isEnabled());
+            adoptNewCell(slot.get());
         }
     }
     m_cells = std::move(cells);
+    cellsChanged();
     m_rows = rows;
     m_columns = columns;
     if (m_selectedRow >= m_rows || m_selectedColumn >= m_columns)
@@ -155,10 +203,10 @@ void PvMatrix::insertRow(int row)
     cancelTracking();
     for (int c = 0; c < m_columns; ++c) {
         auto cell = makeCell(row, c);
-        cell->setControlView(this);
-        cell->setEnabled(isEnabled());
+        adoptNewCell(cell.get());
         m_cells.insert(m_cells.begin() + row * m_columns + c, std::move(cell));
     }
+    cellsChanged();
     ++m_rows;
     if (m_selectedRow >= row)
         ++m_selectedRow;
@@ -182,8 +230,7 @@ void PvMatrix::insertColumn(int column)
         for (int c = 0; c <= m_columns; ++c) {
             if (c == column) {
                 auto cell = makeCell(r, c);
-                cell->setControlView(this);
-                cell->setEnabled(isEnabled());
+                adoptNewCell(cell.get());
                 cells.push_back(std::move(cell));
             }
             if (c < m_columns)
@@ -191,6 +238,7 @@ void PvMatrix::insertColumn(int column)
         }
     }
     m_cells = std::move(cells);
+    cellsChanged();
     ++m_columns;
     if (m_selectedColumn >= column)
         ++m_selectedColumn;
@@ -205,6 +253,7 @@ void PvMatrix::removeRow(int row)
         return;
     cancelTracking();
     m_cells.erase(m_cells.begin() + row * m_columns, m_cells.begin() + (row + 1) * m_columns);
+    cellsChanged();
     if (--m_rows == 0)
         m_columns = 0;
     if (m_selectedRow == row)
@@ -224,6 +273,7 @@ void PvMatrix::removeColumn(int column)
     cancelTracking();
     for (int r = m_rows - 1; r >= 0; --r)
         m_cells.erase(m_cells.begin() + indexOf(r, column));
+    cellsChanged();
     if (--m_columns == 0)
         m_rows = 0;
     if (m_selectedColumn == column)
@@ -240,12 +290,11 @@ void PvMatrix::putCell(std::unique_ptr<PvCell> cell, int row, int column)
 {
     if (!cell || !cellAt(row, column))
         return;
-    if (trackingCell() == cellAt(row, column))
-        cancelTracking();
-    cell->setControlView(this);
-    cell->setEnabled(isEnabled());
+    cancelTracking();
+    adoptNewCell(cell.get());
     m_cells[size_t(indexOf(row, column))] = std::move(cell);
-    update(cellFrameAt(row, column).toAlignedRect());
+    cellsChanged();
+    setNeedsDisplayInRect(cellFrameAt(row, column));
 }
 
 std::vector<PvCell*> PvMatrix::cells() const
@@ -316,7 +365,7 @@ void PvMatrix::selectCellAt(int row, int column)
     }
     if (m_mode == RadioModeMatrix) {
         for (const auto& c : m_cells)
-            if (c.get() != target)
+            if (c.get() != target && c->state() != PvCell::OffState)
                 c->setState(PvCell::OffState);
     }
     target->setState(PvCell::OnState);
@@ -338,17 +387,18 @@ void PvMatrix::selectAll()
 {
     if (m_mode == RadioModeMatrix)
         return; // one cell at most
+    holdCellUpdates();
     for (const auto& c : m_cells)
         if (c->isEnabled())
             c->setState(PvCell::OnState);
+    releaseCellUpdates();
 }
 
 void PvMatrix::deselectAllCells()
 {
     if (m_mode == RadioModeMatrix && !m_allowsEmptySelection)
         return;
-    for (const auto& c : m_cells)
-        c->setState(PvCell::OffState);
+    turnAllOff();
     setKeyCell(-1, -1);
     m_anchor = -1;
 }
@@ -361,8 +411,10 @@ void PvMatrix::setSelectionFrom(int startIndex, int endIndex, int anchorIndex, b
     startIndex = std::clamp(startIndex, 0, n - 1);
     endIndex = std::clamp(endIndex, 0, n - 1);
     const auto [lo, hi] = std::minmax(startIndex, endIndex);
+    holdCellUpdates();
     for (int i = lo; i <= hi; ++i)
         m_cells[size_t(i)]->setState(select ? PvCell::OnState : PvCell::OffState);
+    releaseCellUpdates();
     if (anchorIndex >= 0 && anchorIndex < n)
         m_anchor = anchorIndex;
     setKeyCell(endIndex / m_columns, endIndex % m_columns);
@@ -419,8 +471,7 @@ void PvMatrix::selectByMouse(int row, int column, Qt::KeyboardModifiers modifier
         } else {
             const int anchor
                 = (dragging || (modifiers & Qt::ShiftModifier)) && m_anchor >= 0 ? m_anchor : index;
-            for (auto& cell : m_cells)
-                cell->setState(PvCell::OffState);
+            turnAllOff();
             setSelectionFrom(anchor, index, anchor, true);
         }
         m_selectionChanged = true;
@@ -436,11 +487,13 @@ void PvMatrix::mouseDown(const PvEvent& event)
     int row = -1, column = -1;
     m_selectionChanged = false;
     m_pressedIndex = -1;
+    m_pressHit = false;
     if (!isEnabled() || !getRowColumnForPoint(event.location, &row, &column))
         return;
     PvCell* c = cellAt(row, column);
-    if (!c->isEnabled())
+    if (!c || !c->isEnabled())
         return;
+    m_pressHit = true;
     switch (m_mode) {
     case RadioModeMatrix:
     case ListModeMatrix:
@@ -459,10 +512,12 @@ void PvMatrix::mouseDown(const PvEvent& event)
 
 void PvMatrix::mouseDragged(const PvEvent& event)
 {
-    if (isTracking() && m_mode == TrackModeMatrix) {
+    if (m_mode == TrackModeMatrix) {
         PvControl::mouseDragged(event);
         return;
     }
+    if (!m_pressHit)
+        return;
     int row = -1, column = -1;
     const bool inCell = getRowColumnForPoint(event.location, &row, &column);
     if (m_mode == HighlightModeMatrix) {
@@ -495,8 +550,9 @@ void PvMatrix::mouseUp(const PvEvent& event)
         finishClick(event);
         return;
     }
-    if (m_mode == RadioModeMatrix || m_mode == ListModeMatrix)
+    if ((m_mode == RadioModeMatrix || m_mode == ListModeMatrix) && m_pressHit)
         finishClick(event);
+    m_pressHit = false;
 }
 
 void PvMatrix::didStopTracking(PvCell*, bool mouseIsUp, bool)
@@ -571,8 +627,7 @@ bool PvMatrix::keyDown(const PvEvent& event)
     if (!cellAt(row, column)->isEnabled())
         return true;
     if (m_mode == ListModeMatrix && (event.modifiers & Qt::ShiftModifier) && m_anchor >= 0) {
-        for (auto& c : m_cells)
-            c->setState(PvCell::OffState);
+        turnAllOff();
         setSelectionFrom(m_anchor, indexOf(row, column), m_anchor, true);
     } else if (m_mode == HighlightModeMatrix) {
         setKeyCell(row, column);
@@ -580,8 +635,7 @@ bool PvMatrix::keyDown(const PvEvent& event)
         return true; // moving the key cell is not a change of state
     } else {
         if (m_mode == ListModeMatrix)
-            for (auto& c : m_cells)
-                c->setState(PvCell::OffState);
+            turnAllOff();
         selectCellAt(row, column);
     }
     sendAction();
@@ -594,9 +648,12 @@ void PvMatrix::drawRect(QPainter& painter, const QRectF& dirtyRect)
 {
     // The background shows the spacing between cells as grid lines.
     if (m_drawsBackground)
-        painter.fillRect(rect(), palette().color(QPalette::Mid));
-    for (int r = 0; r < m_rows; ++r) {
-        for (int c = 0; c < m_columns; ++c) {
+        painter.fillRect(dirtyRect, palette().color(QPalette::Mid));
+    int firstRow = 0, lastRow = -1, firstColumn = 0, lastColumn = -1;
+    if (!getRowColumnRangeInRect(dirtyRect, &firstRow, &lastRow, &firstColumn, &lastColumn))
+        lastRow = -1;
+    for (int r = firstRow; r <= lastRow; ++r) {
+        for (int c = firstColumn; c <= lastColumn; ++c) {
             const QRectF f = cellFrameAt(r, c);
             if (!f.intersects(dirtyRect))
                 continue;

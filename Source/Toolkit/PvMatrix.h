@@ -3,6 +3,7 @@
 
 #include "PvControl.h"
 
+#include <unordered_map>
 #include <vector>
 
 /**
@@ -22,8 +23,15 @@
     matrix is continuous) and after a keyboard move; a double click sends the double action
     when there is one. Out-of-range rows and columns are ignored (null cells, no-ops).
 
-    New cells are copies of the prototype cell (a plain PvCell when none is set). The
-    matrix owns its cells and its prototype. Main thread only.
+    New cells are copies of the prototype cell (a plain PvCell when none is set); a cell
+    keeps its own enabled state while the matrix is enabled. A press that hits no cell
+    sends no action. The matrix owns its cells and its prototype. Main thread only.
+
+    Geometry: cells are laid out on a uniform grid (row 0 at the top, whatever the
+    flipping) by cellFrameAt(), getRowColumnForPoint() and getRowColumnRangeInRect(),
+    which subclasses with frames of their own override together. Finding a cell's frame
+    or its row and column takes constant time, and drawing visits only the cells in the
+    dirty rectangle, so a matrix of a hundred thousand rows stays cheap.
 */
 class PvMatrix : public PvControl {
     Q_OBJECT
@@ -52,8 +60,14 @@ public:
     bool getRowColumnOfCell(const PvCell* cell, int* row, int* column) const;
     /// Finds the row and column under point (control coordinates); false when the point
     /// is outside every cell (on spacing or outside the grid).
-    bool getRowColumnForPoint(const QPointF& point, int* row, int* column) const;
-    QRectF cellFrameAt(int row, int column) const;
+    virtual bool getRowColumnForPoint(const QPointF& point, int* row, int* column) const;
+    /// The frame of the cell at row and column in control coordinates (also for positions
+    /// beyond the grid, which have no cell).
+    virtual QRectF cellFrameAt(int row, int column) const;
+    /// The rows and columns whose frames may meet rect (control coordinates), as inclusive
+    /// ranges; false when none does. Drawing asks this before cellFrameAt().
+    virtual bool getRowColumnRangeInRect(
+        const QRectF& rect, int* firstRow, int* lastRow, int* firstColumn, int* lastColumn) const;
 
     /// The cell copied for new cells; null when none is set.
     PvCell* prototype() const { return m_prototype.get(); }
@@ -126,6 +140,9 @@ protected:
 
 private:
     int indexOf(int row, int column) const { return row * m_columns + column; }
+    void cellsChanged();
+    void turnAllOff();
+    void adoptNewCell(PvCell* cell);
     void selectByMouse(int row, int column, Qt::KeyboardModifiers modifiers, bool dragging);
     void setKeyCell(int row, int column);
     void finishClick(const PvEvent& event);
@@ -146,5 +163,9 @@ private:
     bool m_continuous = false;
     bool m_drawsBackground = false;
     bool m_selectionChanged = false;
+    bool m_pressHit = false; // the current press started on an enabled cell
+    // Index of each cell, rebuilt on demand after the cells change.
+    mutable std::unordered_map<const PvCell*, int> m_indexOfCell;
+    mutable bool m_indexValid = false;
     QByteArray m_doubleAction;
 };
