@@ -44,7 +44,10 @@ struct PvKeyCommand {
     static std::optional<PvKeyCommand> fromKeyEvent(const QKeyEvent& event);
 
     /** The modifier flags of Qt keyboard modifiers: pv_modifierFlagsForQt(). */
-    static uint32_t modifierFlagsForQt(Qt::KeyboardModifiers modifiers) { return pv_modifierFlagsForQt(modifiers); }
+    static uint32_t modifierFlagsForQt(Qt::KeyboardModifiers modifiers)
+    {
+        return pv_modifierFlagsForQt(modifiers);
+    }
 
     /** The Qt keyboard modifiers of modifier flags: pv_qtModifiersForFlags(). */
     static Qt::KeyboardModifiers qtModifiersForFlags(uint32_t flags) { return pv_qtModifiersForFlags(flags); }

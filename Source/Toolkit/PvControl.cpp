@@ -359,7 +359,8 @@ void PvControl::mouseDoubleClickEvent(QMouseEvent* event)
 {
     // The window system sends this after the second press, which press() has counted
     // already. Only a double click without its press (synthesised by a host) is a press.
-    if (m_clicks.count >= 2 && event->timestamp() == m_clicks.timestamp && event->button() == m_clicks.button) {
+    if (m_clicks.count >= 2 && event->timestamp() == m_clicks.timestamp
+        && event->button() == m_clicks.button) {
         event->accept();
         return;
     }
@@ -374,7 +375,10 @@ void PvControl::mouseMoveEvent(QMouseEvent* event)
 {
     const bool left = event->buttons() & Qt::LeftButton;
     const bool right = !left && (event->buttons() & Qt::RightButton);
-    m_currentEvent = eventFromMouse(left ? PvLeftMouseDragged : right ? PvRightMouseDragged : PvMouseMoved, event);
+    m_currentEvent = eventFromMouse(left ? PvLeftMouseDragged
+            : right                      ? PvRightMouseDragged
+                                         : PvMouseMoved,
+        event);
     const QPointF global = event->globalPosition();
     if (left || right) {
         // Movement since the previous event of the press: right and down are positive.

@@ -22,7 +22,8 @@ public:
     virtual ~PvToolTipOwner() = default;
     /// The text for the rectangle of tag at point (control coordinates); an empty text
     /// shows no tip.
-    virtual QString viewStringForToolTip(PvControl* view, int tag, const QPointF& point, const QVariant& userData)
+    virtual QString viewStringForToolTip(
+        PvControl* view, int tag, const QPointF& point, const QVariant& userData)
         = 0;
 };
 

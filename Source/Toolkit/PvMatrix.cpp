@@ -112,7 +112,8 @@ QRectF PvMatrix::cellFrameAt(int row, int column) const
 {
     const qreal top = row * (m_cellSize.height() + m_spacing.height());
     const qreal y = isFlipped() ? top : height() - top - m_cellSize.height();
-    return QRectF(column * (m_cellSize.width() + m_spacing.width()), y, m_cellSize.width(), m_cellSize.height());
+    return QRectF(
+        column * (m_cellSize.width() + m_spacing.width()), y, m_cellSize.width(), m_cellSize.height());
 }
 
 bool PvMatrix::getRowColumnRangeInRect(

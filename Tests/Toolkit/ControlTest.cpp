@@ -74,9 +74,10 @@ TEST_F(ControlFixture, PressDragReleaseRunTheTrackingProtocol)
     QTest::mouseMove(control, QPoint(40, 30));
     EXPECT_TRUE(cell->isHighlighted());
     QTest::mouseRelease(control, Qt::LeftButton, {}, QPoint(40, 30));
+    // Leaving the frame ends tracking; coming back during the same press starts it again.
     EXPECT_EQ(cell->log,
-        QStringList({"start 5,6", "continue 5,6 -> 20,30", "continue 20,30 -> 150,30",
-            "continue 150,30 -> 40,30", "stop 40,30 up"}));
+        QStringList({"start 5,6", "continue 5,6 -> 20,30", "continue 20,30 -> 150,30", "stop 150,30 not-up",
+            "start 40,30", "stop 40,30 up"}));
     EXPECT_EQ(cell->eventTypes,
         QList<int32_t>({PvLeftMouseDown, PvLeftMouseDragged, PvLeftMouseDragged, PvLeftMouseDragged}));
     EXPECT_EQ(control->currentEvent().type, PvLeftMouseUp);
