@@ -37,7 +37,6 @@ void PvCell::copySettingsTo(PvCell& other) const
     other.m_enabled = m_enabled;
     other.m_editable = m_editable;
     other.m_continuous = m_continuous;
-    other.m_hasFont = m_hasFont;
     other.m_tag = m_tag;
     other.m_value = m_value;
     other.m_representedObject = m_representedObject;
@@ -156,7 +155,7 @@ void PvCell::drawInteriorWithFrame(QPainter& painter, const QRectF& frame, PvCon
     const bool selected = m_highlighted || m_state != OffState;
     const QPalette::ColorGroup group = m_enabled ? QPalette::Active : QPalette::Disabled;
     painter.save();
-    painter.setFont(m_hasFont ? m_font : (view ? view->font() : QApplication::font()));
+    painter.setFont(m_font ? *m_font : (view ? view->font() : QApplication::font()));
     painter.setPen(pal.color(group, selected ? QPalette::HighlightedText : QPalette::Text));
     const qreal hm = kHorizontalMargin[m_controlSize];
     const qreal vm = kVerticalMargin[m_controlSize];
@@ -167,7 +166,7 @@ void PvCell::drawInteriorWithFrame(QPainter& painter, const QRectF& frame, PvCon
 
 QSizeF PvCell::cellSize() const
 {
-    QFont f = m_hasFont ? m_font : (m_controlView ? m_controlView->font() : QApplication::font());
+    QFont f = m_font ? *m_font : (m_controlView ? m_controlView->font() : QApplication::font());
     const QFontMetricsF fm(f);
     const qreal hm = kHorizontalMargin[m_controlSize];
     const qreal vm = kVerticalMargin[m_controlSize];

@@ -12,6 +12,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 class PvControl;
 class QPainter;
@@ -83,13 +84,9 @@ public:
 
     // ---- look --------------------------------------------------------------------
     /// The font; an unset font means the control's font.
-    QFont font() const { return m_font; }
-    void setFont(const QFont& font)
-    {
-        m_font = font;
-        m_hasFont = true;
-    }
-    bool hasFont() const { return m_hasFont; }
+    QFont font() const { return m_font ? *m_font : QFont(); }
+    void setFont(const QFont& font) { m_font = font; }
+    bool hasFont() const { return m_font.has_value(); }
     Qt::Alignment alignment() const { return m_alignment; }
     void setAlignment(Qt::Alignment alignment) { m_alignment = alignment; }
     ControlSize controlSize() const { return m_controlSize; }
@@ -177,11 +174,10 @@ private:
     bool m_enabled = true;
     bool m_editable = false;
     bool m_continuous = false;
-    bool m_hasFont = false;
     int m_tag = 0;
     QVariant m_value;
     QVariant m_representedObject;
-    QFont m_font;
+    std::optional<QFont> m_font; // unset until a font is given: cells are made by the thousand
     Qt::Alignment m_alignment = Qt::AlignLeft | Qt::AlignVCenter;
     ControlSize m_controlSize = RegularControlSize;
     QPointer<QObject> m_target;
@@ -190,4 +186,7 @@ private:
     QPointer<PvControl> m_controlView;
     QRectF m_trackingFrame;
     QPointer<QObject> m_accessibilityParent;
+    // Where the owning control keeps this cell, so that it finds the cell without a search.
+    int m_indexInControl = -1;
+    friend class PvControl;
 };

@@ -66,6 +66,8 @@ void PvControl::updateCell(const PvCell* cell)
         m_cellUpdatePending = true;
         return;
     }
+    if (!isVisible())
+        return; // nothing to redraw; a control filled before it is shown pays nothing
     const QRectF f = frameOfCell(cell);
     if (!f.isEmpty())
         setNeedsDisplayInRect(f);

@@ -195,6 +195,12 @@ signals:
     void doubleActionTriggered(PvControl* sender);
 
 protected:
+    /// A slot in each cell where a control holding many cells keeps the cell's index, so
+    /// that finding a cell costs no search; -1 until set. The slot is the holder's to keep
+    /// right; check the answer against the holder's own storage.
+    static void setStoredIndexOfCell(PvCell* cell, int index) { cell->m_indexInControl = index; }
+    static int storedIndexOfCell(const PvCell* cell) { return cell->m_indexInControl; }
+
     // The platform-shaped entry points. The defaults track a press on a cell.
     virtual void mouseDown(const PvEvent& event);
     virtual void mouseDragged(const PvEvent& event);

@@ -48,20 +48,13 @@ PvCell* PvMatrix::cellWithTag(int tag) const
 
 bool PvMatrix::getRowColumnOfCell(const PvCell* cell, int* row, int* column) const
 {
-    if (!m_indexValid) {
-        m_indexOfCell.clear();
-        m_indexOfCell.reserve(m_cells.size());
-        for (size_t i = 0; i < m_cells.size(); ++i)
-            m_indexOfCell.emplace(m_cells[i].get(), int(i));
-        m_indexValid = true;
-    }
-    const auto it = m_indexOfCell.find(cell);
-    if (it == m_indexOfCell.end())
+    const int i = cell ? storedIndexOfCell(cell) : -1;
+    if (i < 0 || size_t(i) >= m_cells.size() || m_cells[size_t(i)].get() != cell)
         return false;
     if (row)
-        *row = it->second / m_columns;
+        *row = i / m_columns;
     if (column)
-        *column = it->second % m_columns;
+        *column = i % m_columns;
     return true;
 }
 
@@ -75,8 +68,8 @@ void PvMatrix::turnAllOff()
 
 void PvMatrix::cellsChanged()
 {
-    m_indexValid = false;
-    m_indexOfCell.clear();
+    for (size_t i = 0; i < m_cells.size(); ++i)
+        setStoredIndexOfCell(m_cells[i].get(), int(i));
 }
 
 void PvMatrix::adoptNewCell(PvCell* cell)
@@ -293,8 +286,8 @@ void PvMatrix::putCell(std::unique_ptr<PvCell> cell, int row, int column)
         return;
     cancelTracking();
     adoptNewCell(cell.get());
+    setStoredIndexOfCell(cell.get(), indexOf(row, column));
     m_cells[size_t(indexOf(row, column))] = std::move(cell);
-    cellsChanged();
     setNeedsDisplayInRect(cellFrameAt(row, column));
 }
 

@@ -3,7 +3,6 @@
 
 #include "PvControl.h"
 
-#include <unordered_map>
 #include <vector>
 
 /**
@@ -140,7 +139,7 @@ protected:
 
 private:
     int indexOf(int row, int column) const { return row * m_columns + column; }
-    void cellsChanged();
+    void cellsChanged(); // renumbers the cells after the storage changed
     void turnAllOff();
     void adoptNewCell(PvCell* cell);
     void selectByMouse(int row, int column, Qt::KeyboardModifiers modifiers, bool dragging);
@@ -165,7 +164,5 @@ private:
     bool m_selectionChanged = false;
     bool m_pressHit = false; // the current press started on an enabled cell
     // Index of each cell, rebuilt on demand after the cells change.
-    mutable std::unordered_map<const PvCell*, int> m_indexOfCell;
-    mutable bool m_indexValid = false;
     QByteArray m_doubleAction;
 };
