@@ -1,6 +1,7 @@
 #include "PvDelayedPerform.h"
 
 #include "PvClock.h"
+#include "PvTargetAction_p.h"
 
 #include <QMetaMethod>
 #include <QPointer>
@@ -90,31 +91,23 @@ void add(Request r, double seconds)
 // Calls selector on target with argument; see the header for which methods answer.
 void invokeSelector(QObject* target, const QByteArray& selector, const QVariant& argument)
 {
-    const QMetaObject* mo = target->metaObject();
-    int noArgument = -1;
-    for (int i = mo->methodCount() - 1; i >= 0; --i) {
-        const QMetaMethod m = mo->method(i);
-        if (m.name() != selector || m.methodType() == QMetaMethod::Signal)
-            continue;
-        if (m.parameterCount() == 0) {
-            noArgument = i;
-            continue;
-        }
-        if (m.parameterCount() != 1)
-            continue;
-        const QMetaType type = m.parameterMetaType(0);
-        if (type == QMetaType::fromType<QVariant>()) {
-            m.invoke(target, Qt::DirectConnection, Q_ARG(QVariant, argument));
-            return;
-        }
+    const int index = pv_methodAnsweringSelector(target, selector, [&argument](const QMetaType& type) {
         QVariant converted = argument;
-        if (!converted.convert(type))
-            continue;
-        m.invoke(target, Qt::DirectConnection, QGenericArgument(type.name(), converted.constData()));
+        return type == QMetaType::fromType<QVariant>() || converted.convert(type);
+    });
+    if (index < 0)
         return;
+    const QMetaMethod m = target->metaObject()->method(index);
+    if (m.parameterCount() == 0) {
+        m.invoke(target, Qt::DirectConnection);
+    } else if (m.parameterMetaType(0) == QMetaType::fromType<QVariant>()) {
+        m.invoke(target, Qt::DirectConnection, Q_ARG(QVariant, argument));
+    } else {
+        QVariant converted = argument;
+        converted.convert(m.parameterMetaType(0));
+        m.invoke(target, Qt::DirectConnection,
+            QGenericArgument(m.parameterMetaType(0).name(), converted.constData()));
     }
-    if (noArgument >= 0)
-        mo->method(noArgument).invoke(target, Qt::DirectConnection);
 }
 
 } // namespace

@@ -1,4 +1,5 @@
 #include "PvTargetAction.h"
+#include "PvTargetAction_p.h"
 
 #include <QApplication>
 #include <QMetaMethod>
@@ -9,28 +10,12 @@ namespace {
 // The index of the method that answers action for sender, or -1.
 int answeringMethod(const QObject* target, const QByteArray& action, const QObject* sender)
 {
-    if (!target || action.isEmpty())
-        return -1;
-    const QMetaObject* mo = target->metaObject();
-    int noArgument = -1;
-    for (int i = mo->methodCount() - 1; i >= 0; --i) {
-        const QMetaMethod m = mo->method(i);
-        if (m.name() != action || m.methodType() == QMetaMethod::Signal)
-            continue;
-        if (m.parameterCount() == 0) {
-            noArgument = i;
-            continue;
-        }
-        if (m.parameterCount() != 1)
-            continue;
-        const QMetaType type = m.parameterMetaType(0);
+    return pv_methodAnsweringSelector(target, action, [sender](const QMetaType& type) {
         if (!(type.flags() & QMetaType::PointerToQObject))
-            continue;
+            return false;
         const QMetaObject* wanted = type.metaObject();
-        if (!sender || !wanted || sender->metaObject()->inherits(wanted))
-            return i;
-    }
-    return noArgument;
+        return !sender || !wanted || sender->metaObject()->inherits(wanted);
+    });
 }
 
 bool invoke(QObject* target, int index, QObject* sender)
