@@ -241,6 +241,8 @@ Bytes buildWave(Layout& l, bool shape)
             putLE32(fmt, mask);
             putLE16(fmt, l.waveTag);
             putBytes(fmt, kGuidTail, 14);
+        } else if (l.waveTag != kTagPCM) {
+            putLE16(fmt, 0); // formats other than integer PCM carry the size of an empty extension
         }
     }
 
