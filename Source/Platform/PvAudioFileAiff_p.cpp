@@ -314,6 +314,17 @@ uint64_t chunkPad(const Chunk& c, ChunkSizeForm form)
     return form == ChunkSizeForm::BigEndian64 ? 0 : (c.size & 1);
 }
 
+void putChunkHeader(Bytes& b, const Chunk& c, ChunkSizeForm form)
+{
+    putBE32(b, c.id);
+    if (form == ChunkSizeForm::BigEndian64)
+        putBE64(b, c.size);
+    else if (form == ChunkSizeForm::BigEndian32Padded)
+        putBE32(b, uint32_t(c.size));
+    else
+        putLE32(b, uint32_t(c.size));
+}
+
 } // namespace
 
 void appendChunks(Bytes& b, std::vector<Chunk>& chunks, bool shape, ChunkSizeForm form)
@@ -321,19 +332,13 @@ void appendChunks(Bytes& b, std::vector<Chunk>& chunks, bool shape, ChunkSizeFor
     for (Chunk& c : chunks) {
         if (c.afterData)
             continue;
-        putBE32(b, c.id);
-        if (form == ChunkSizeForm::BigEndian64)
-            putBE64(b, c.size);
-        else if (form == ChunkSizeForm::BigEndian32Padded)
-            putBE32(b, uint32_t(c.size));
-        else
-            putLE32(b, uint32_t(c.size));
+        putChunkHeader(b, c, form);
         c.offset = b.size();
         if (shape || !c.loaded)
             b.resize(b.size() + c.size, 0);
         else
             b.insert(b.end(), c.payload.begin(), c.payload.end());
-        if ((c.size & 1) && form != ChunkSizeForm::BigEndian64)
+        if (chunkPad(c, form))
             b.push_back(0);
     }
 }
@@ -364,13 +369,7 @@ Bytes buildTrailer(const std::vector<Chunk>& chunks, ChunkSizeForm form)
     for (const Chunk& c : chunks) {
         if (!c.afterData)
             continue;
-        putBE32(b, c.id);
-        if (form == ChunkSizeForm::BigEndian64)
-            putBE64(b, c.size);
-        else if (form == ChunkSizeForm::BigEndian32Padded)
-            putBE32(b, uint32_t(c.size));
-        else
-            putLE32(b, uint32_t(c.size));
+        putChunkHeader(b, c, form);
         b.insert(b.end(), c.payload.begin(), c.payload.end());
         if (chunkPad(c, form))
             b.push_back(0);

@@ -1,6 +1,8 @@
 // Files as a library of real recordings holds them: padded with zeros by a recorder that
 // allocated ahead, cut short by a copy that never finished, or named as long as the file
 // system allows. Each opens quickly with what it really holds, and edits keep working.
+#include "AudioFileMaker.h"
+
 #include <Pavo/PavoCore.h>
 
 #include <QDir>
@@ -38,20 +40,7 @@ protected:
     // 1000 frames of 16-bit stereo with one chunk.
     void make(const std::string& file, AudioFileTypeID type)
     {
-        AudioStreamBasicDescription f {};
-        f.mSampleRate = 44100;
-        f.mFormatID = kAudioFormatLinearPCM;
-        f.mFormatFlags = kAudioFormatFlagIsSignedInteger
-            | (type == kAudioFileWAVEType ? 0u : uint32_t(kAudioFormatFlagIsBigEndian));
-        f.mChannelsPerFrame = 2;
-        f.mBitsPerChannel = 16;
-        AudioFileID af = nullptr;
-        ASSERT_EQ(AudioFileCreatePath(file.c_str(), type, &f, 0, &af), noErr);
-        const std::vector<uint8_t> audio(4000, 0x21);
-        uint32_t n = 1000;
-        ASSERT_EQ(AudioFileWritePackets(af, true, 0, nullptr, 0, &n, audio.data()), noErr);
-        ASSERT_EQ(AudioFileSetUserData(af, PvFourCC("basc"), 0, 5, "loop!"), noErr);
-        ASSERT_EQ(AudioFileClose(af), noErr);
+        ASSERT_NO_FATAL_FAILURE(makeStereo16WithTag(file, type, 0x21, "loop!", 5));
     }
 
     size_t temporaries() const

@@ -1,6 +1,8 @@
 // Files written by the audio file service open in libsndfile and sox with the same
 // samples, files that libsndfile and sox write open here with the same samples, and
 // chunks added here are seen by libsndfile's chunk reader.
+#include "AudioFileMaker.h"
+
 #include <Pavo/PavoCore.h>
 
 #include <QFile>
@@ -386,21 +388,8 @@ TEST_F(AudioFilePeers, ChunksAddedHereAreSeenByLibsndfile)
 {
     for (AudioFileTypeID type : {kAudioFileWAVEType, kAudioFileAIFFType}) {
         const std::string file = path(type == kAudioFileWAVEType ? "chunk.wav" : "chunk.aiff");
-        AudioStreamBasicDescription f {};
-        f.mSampleRate = 44100;
-        f.mFormatID = kAudioFormatLinearPCM;
-        f.mFormatFlags = kAudioFormatFlagIsSignedInteger
-            | (type == kAudioFileWAVEType ? 0u : uint32_t(kAudioFormatFlagIsBigEndian));
-        f.mChannelsPerFrame = 2;
-        f.mBitsPerChannel = 16;
-        AudioFileID af = nullptr;
-        ASSERT_EQ(AudioFileCreatePath(file.c_str(), type, &f, 0, &af), noErr);
-        const std::vector<uint8_t> audio(4000, 3);
-        uint32_t n = 1000;
-        ASSERT_EQ(AudioFileWritePackets(af, true, 0, nullptr, 0, &n, audio.data()), noErr);
         const char payload[] = "tempo=120;key=A";
-        ASSERT_EQ(AudioFileSetUserData(af, PvFourCC("basc"), 0, sizeof payload, payload), noErr);
-        ASSERT_EQ(AudioFileClose(af), noErr);
+        ASSERT_NO_FATAL_FAILURE(makeStereo16WithTag(file, type, 3, payload, sizeof payload));
 
         SF_INFO info {};
         SNDFILE* sf = sf_open(file.c_str(), SFM_READ, &info);

@@ -7,24 +7,6 @@
 #include <QFileInfo>
 #include <gtest/gtest.h>
 
-namespace {
-
-QByteArray readAll(const QString& path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
-QStringList args(std::initializer_list<const char*> list)
-{
-    QStringList out;
-    for (const char* s : list)
-        out << QString::fromUtf8(s);
-    return out;
-}
-
-} // namespace
-
 TEST(PavoAudioConvert, EveryContainerKeepsTheSamplesAndTheChunks)
 {
     ToolFolder f;
@@ -113,11 +95,11 @@ TEST(PavoAudioConvert, NothingIsOverwrittenWithoutForce)
     ToolFolder f;
     ASSERT_TRUE(f.tone(QStringLiteral("a.aif"), 1, 16, 44100, 0.1, 440));
     ASSERT_TRUE(f.tone(QStringLiteral("b.wav"), 1, 16, 44100, 0.2, 880));
-    const QByteArray before = readAll(f.path(QStringLiteral("b.wav")));
+    const QByteArray before = readFile(f.path(QStringLiteral("b.wav")));
     RunResult r = f.tool(args({"convert", "a.aif", "b.wav"}));
     EXPECT_EQ(r.status, 1);
     EXPECT_TRUE(r.errText().contains(QStringLiteral("b.wav: exists; not overwritten without --force")));
-    EXPECT_EQ(readAll(f.path(QStringLiteral("b.wav"))), before);
+    EXPECT_EQ(readFile(f.path(QStringLiteral("b.wav"))), before);
     r = f.tool(args({"convert", "a.aif", "b.wav", "--force"}));
     EXPECT_EQ(r.status, 0);
     EXPECT_EQ(f.samples(QStringLiteral("b.wav")), f.samples(QStringLiteral("a.aif")));
@@ -146,11 +128,11 @@ TEST(PavoAudioStereo, JoinsPairsFoundByTheNamingRules)
     EXPECT_EQ(f.samples(QStringLiteral("Pad.aif")), f.samples(QStringLiteral("merged.aif")));
 
     // The name is taken now: the next join picks a unique one and leaves Pad.aif alone.
-    const QByteArray first = readAll(f.path(QStringLiteral("Pad.aif")));
+    const QByteArray first = readFile(f.path(QStringLiteral("Pad.aif")));
     r = f.tool(args({"stereo", "join", "Pad.L.aif"}));
     ASSERT_EQ(r.status, 0);
     EXPECT_TRUE(r.outText().contains(QStringLiteral("Pad#1.aif"))) << r.outText().toStdString();
-    EXPECT_EQ(readAll(f.path(QStringLiteral("Pad.aif"))), first);
+    EXPECT_EQ(readFile(f.path(QStringLiteral("Pad.aif"))), first);
     EXPECT_EQ(f.samples(QStringLiteral("Pad#1.aif")), f.samples(QStringLiteral("merged.aif")));
 }
 

@@ -8,18 +8,6 @@
 
 namespace {
 
-QByteArray readAll(const QString& path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
-bool writeAll(const QString& path, const QByteArray& bytes)
-{
-    QFile f(path);
-    return f.open(QIODevice::WriteOnly) && f.write(bytes) == bytes.size();
-}
-
 void put32(QByteArray& b, int at, uint32_t v)
 {
     for (int i = 0; i < 4; ++i)
@@ -82,7 +70,7 @@ TEST(PavoAudioInfo, BatchGoesOnPastBadFilesAndNamesThemWithTheResultCode)
 {
     ToolFolder f;
     ASSERT_TRUE(f.tone(QStringLiteral("Good.aif"), 1, 16, 44100, 0.1));
-    ASSERT_TRUE(writeAll(f.path(QStringLiteral("Text.wav")), "not audio at all, just words"));
+    ASSERT_TRUE(writeFile(f.path(QStringLiteral("Text.wav")), "not audio at all, just words"));
     const RunResult r = f.tool({QStringLiteral("info"), QStringLiteral("--json"),
         QStringLiteral("Missing.aif"), QStringLiteral("Good.aif"), QStringLiteral("Text.wav")});
     EXPECT_EQ(r.status, 1);
@@ -103,7 +91,7 @@ TEST(PavoAudioChunks, SetGetListAndRemoveWithoutSilentOverwrites)
     ToolFolder f;
     ASSERT_TRUE(f.tone(QStringLiteral("Loop.aif"), 2, 16, 44100, 0.2));
     const QByteArray record = taggingRecord();
-    ASSERT_TRUE(writeAll(f.path(QStringLiteral("tag.bin")), record));
+    ASSERT_TRUE(writeFile(f.path(QStringLiteral("tag.bin")), record));
     const QByteArray samplesBefore = f.samples(QStringLiteral("Loop.aif"));
 
     RunResult r = f.tool({QStringLiteral("chunks"), QStringLiteral("set"), QStringLiteral("Loop.aif"),
@@ -136,13 +124,13 @@ TEST(PavoAudioChunks, SetGetListAndRemoveWithoutSilentOverwrites)
     EXPECT_TRUE(text.contains(QStringLiteral("values[15]:  @78 (32-bit)   1015\n")));
 
     // Replacing needs --force; the refused edit leaves the file as it was.
-    const QByteArray before = readAll(f.path(QStringLiteral("Loop.aif")));
-    ASSERT_TRUE(writeAll(f.path(QStringLiteral("other.bin")), QByteArray(100, 'x')));
+    const QByteArray before = readFile(f.path(QStringLiteral("Loop.aif")));
+    ASSERT_TRUE(writeFile(f.path(QStringLiteral("other.bin")), QByteArray(100, 'x')));
     r = f.tool({QStringLiteral("chunks"), QStringLiteral("set"), QStringLiteral("Loop.aif"),
         QStringLiteral("basc"), QStringLiteral("other.bin")});
     EXPECT_EQ(r.status, 1);
     EXPECT_TRUE(r.errText().contains(QStringLiteral("--force")));
-    EXPECT_EQ(readAll(f.path(QStringLiteral("Loop.aif"))), before);
+    EXPECT_EQ(readFile(f.path(QStringLiteral("Loop.aif"))), before);
     r = f.tool({QStringLiteral("chunks"), QStringLiteral("set"), QStringLiteral("Loop.aif"),
                    QStringLiteral("basc"), QStringLiteral("-"), QStringLiteral("--force")},
         QByteArray(100, 'y'));
@@ -150,11 +138,11 @@ TEST(PavoAudioChunks, SetGetListAndRemoveWithoutSilentOverwrites)
     r = f.tool({QStringLiteral("chunks"), QStringLiteral("get"), QStringLiteral("Loop.aif"),
         QStringLiteral("basc"), QStringLiteral("-o"), QStringLiteral("out.bin")});
     EXPECT_EQ(r.status, 0);
-    EXPECT_EQ(readAll(f.path(QStringLiteral("out.bin"))), QByteArray(100, 'y'));
+    EXPECT_EQ(readFile(f.path(QStringLiteral("out.bin"))), QByteArray(100, 'y'));
     r = f.tool({QStringLiteral("chunks"), QStringLiteral("get"), QStringLiteral("Loop.aif"),
         QStringLiteral("basc"), QStringLiteral("-o"), QStringLiteral("tag.bin")});
     EXPECT_EQ(r.status, 1);
-    EXPECT_EQ(readAll(f.path(QStringLiteral("tag.bin"))), record);
+    EXPECT_EQ(readFile(f.path(QStringLiteral("tag.bin"))), record);
 
     // A second chunk of the same ID goes at the next index.
     r = f.tool({QStringLiteral("chunks"), QStringLiteral("set"), QStringLiteral("Loop.aif"),
@@ -185,13 +173,13 @@ TEST(PavoAudioChunks, RefusesStructuralChunksAndBadArguments)
 {
     ToolFolder f;
     ASSERT_TRUE(f.tone(QStringLiteral("Loop.wav"), 1, 16, 44100, 0.1));
-    ASSERT_TRUE(writeAll(f.path(QStringLiteral("p.bin")), "payload"));
-    const QByteArray before = readAll(f.path(QStringLiteral("Loop.wav")));
+    ASSERT_TRUE(writeFile(f.path(QStringLiteral("p.bin")), "payload"));
+    const QByteArray before = readFile(f.path(QStringLiteral("Loop.wav")));
     RunResult r = f.tool({QStringLiteral("chunks"), QStringLiteral("set"), QStringLiteral("Loop.wav"),
         QStringLiteral("data"), QStringLiteral("p.bin"), QStringLiteral("--force")});
     EXPECT_EQ(r.status, 1);
     EXPECT_TRUE(r.errText().contains(QStringLiteral("chunk 'data' is part of the WAVE container")));
-    EXPECT_EQ(readAll(f.path(QStringLiteral("Loop.wav"))), before);
+    EXPECT_EQ(readFile(f.path(QStringLiteral("Loop.wav"))), before);
     // IDs are four printable characters or eight hex digits, never 0.
     for (const char* bad : {"0x4142", "ID3", "0x00000000", "0x6261736g", "ab\tc"}) {
         SCOPED_TRACE(bad);
@@ -200,7 +188,7 @@ TEST(PavoAudioChunks, RefusesStructuralChunksAndBadArguments)
                       .status,
             2);
     }
-    EXPECT_EQ(readAll(f.path(QStringLiteral("Loop.wav"))), before);
+    EXPECT_EQ(readFile(f.path(QStringLiteral("Loop.wav"))), before);
 
     r = f.tool({QStringLiteral("chunks"), QStringLiteral("get"), QStringLiteral("Loop.wav"),
         QStringLiteral("toolong")});

@@ -11,26 +11,6 @@
 
 namespace {
 
-QByteArray readAll(const QString& path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
-bool writeAll(const QString& path, const QByteArray& bytes)
-{
-    QFile f(path);
-    return f.open(QIODevice::WriteOnly) && f.write(bytes) == bytes.size();
-}
-
-QStringList args(std::initializer_list<const char*> list)
-{
-    QStringList out;
-    for (const char* s : list)
-        out << QString::fromUtf8(s);
-    return out;
-}
-
 /// Runs the tool as an unprivileged user when the tests run as root, who may read
 /// everything; permissions then mean something. Empty when that is not possible.
 QString asUser()
@@ -48,12 +28,12 @@ TEST(PavoAudioSafety, NoOutputIsOneOfTheInputsWhateverForceSays)
 {
     ToolFolder f;
     ASSERT_TRUE(f.tone(QStringLiteral("Loop.wav"), 1, 16, 44100, 0.1));
-    ASSERT_TRUE(writeAll(f.path(QStringLiteral("tag.bin")), QByteArray(82, '\7')));
+    ASSERT_TRUE(writeFile(f.path(QStringLiteral("tag.bin")), QByteArray(82, '\7')));
     ASSERT_EQ(f.tool(args({"chunks", "set", "Loop.wav", "basc", "tag.bin"})).status, 0);
     ASSERT_TRUE(QFile::link(QStringLiteral("Loop.wav"), f.path(QStringLiteral("alias.wav"))));
     ASSERT_TRUE(f.tone(QStringLiteral("Odd.L.caf"), 2, 16, 44100, 0.1)); // stereo, named like a half
-    const QByteArray loop = readAll(f.path(QStringLiteral("Loop.wav")));
-    const QByteArray odd = readAll(f.path(QStringLiteral("Odd.L.caf")));
+    const QByteArray loop = readFile(f.path(QStringLiteral("Loop.wav")));
+    const QByteArray odd = readFile(f.path(QStringLiteral("Odd.L.caf")));
     for (const QStringList& a : {args({"chunks", "get", "Loop.wav", "basc", "-o", "Loop.wav", "--force"}),
              args({"chunks", "get", "Loop.wav", "basc", "-o", "alias.wav", "--force"}),
              args({"convert", "Loop.wav", "alias.wav", "--force"}),
@@ -64,8 +44,8 @@ TEST(PavoAudioSafety, NoOutputIsOneOfTheInputsWhateverForceSays)
         EXPECT_TRUE(r.errText().contains(QStringLiteral("is an input of this command")))
             << r.errText().toStdString();
     }
-    EXPECT_EQ(readAll(f.path(QStringLiteral("Loop.wav"))), loop);
-    EXPECT_EQ(readAll(f.path(QStringLiteral("Odd.L.caf"))), odd);
+    EXPECT_EQ(readFile(f.path(QStringLiteral("Loop.wav"))), loop);
+    EXPECT_EQ(readFile(f.path(QStringLiteral("Odd.L.caf"))), odd);
     EXPECT_TRUE(QFileInfo(f.path(QStringLiteral("alias.wav"))).isSymLink());
 }
 
@@ -74,7 +54,7 @@ TEST(PavoAudioSafety, AnOutputTakesItsNameOnlyWhenComplete)
     ToolFolder f;
     ASSERT_TRUE(f.tone(QStringLiteral("Long.aif"), 2, 16, 48000, 1.0));
     ASSERT_TRUE(f.tone(QStringLiteral("Old.wav"), 1, 16, 8000, 0.1));
-    const QByteArray old = readAll(f.path(QStringLiteral("Old.wav")));
+    const QByteArray old = readFile(f.path(QStringLiteral("Old.wav")));
     // A file size limit stops the tool part way through writing: killed by the signal,
     // or told "File too large" when it ignores the signal.
     RunResult r = f.toolAfter(QStringLiteral("ulimit -f 40"), args({"convert", "Long.aif", "New.wav"}));
@@ -82,24 +62,24 @@ TEST(PavoAudioSafety, AnOutputTakesItsNameOnlyWhenComplete)
     EXPECT_FALSE(QFileInfo::exists(f.path(QStringLiteral("New.wav"))));
     r = f.toolAfter(QStringLiteral("ulimit -f 40"), args({"convert", "Long.aif", "Old.wav", "--force"}));
     EXPECT_NE(r.status, 0);
-    EXPECT_EQ(readAll(f.path(QStringLiteral("Old.wav"))), old);
+    EXPECT_EQ(readFile(f.path(QStringLiteral("Old.wav"))), old);
     const QStringList before = QDir(f.dir()).entryList(QDir::Files | QDir::Hidden);
     r = f.toolAfter(
         QStringLiteral("trap '' XFSZ; ulimit -f 40"), args({"convert", "Long.aif", "Old.wav", "--force"}));
     EXPECT_EQ(r.status, 1);
     EXPECT_TRUE(r.errText().contains(QStringLiteral("Old.wav: cannot write frame 0: File too large")))
         << r.errText().toStdString();
-    EXPECT_EQ(readAll(f.path(QStringLiteral("Old.wav"))), old);
+    EXPECT_EQ(readFile(f.path(QStringLiteral("Old.wav"))), old);
     EXPECT_EQ(QDir(f.dir()).entryList(QDir::Files | QDir::Hidden), before); // nothing left behind
 }
 
 TEST(PavoAudioErrors, SayWhatHappenedInTheSystemsWordsOnce)
 {
     ToolFolder f;
-    ASSERT_TRUE(writeAll(f.path(QStringLiteral("nine")), "123456789"));
+    ASSERT_TRUE(writeFile(f.path(QStringLiteral("nine")), "123456789"));
     ASSERT_TRUE(QFile::link(QStringLiteral("loop"), f.path(QStringLiteral("loop"))));
     ASSERT_TRUE(QDir(f.dir()).mkdir(QStringLiteral("folder")));
-    ASSERT_TRUE(writeAll(f.path(QStringLiteral("odd\nname")), "123456789"));
+    ASSERT_TRUE(writeFile(f.path(QStringLiteral("odd\nname")), "123456789"));
     RunResult r = f.tool(args({"crc", "nine", "gone", "loop", "folder", "odd\nname"}));
     EXPECT_EQ(r.status, 1);
     const QString e = r.errText();
@@ -120,7 +100,7 @@ TEST(PavoAudioErrors, SayWhatHappenedInTheSystemsWordsOnce)
     EXPECT_TRUE(r.errText().startsWith(QStringLiteral("pavo-audio: odd\\nname: cannot open:")))
         << r.errText().toStdString();
 
-    ASSERT_TRUE(writeAll(f.path(QStringLiteral("locked")), "secret"));
+    ASSERT_TRUE(writeFile(f.path(QStringLiteral("locked")), "secret"));
     ASSERT_TRUE(QFile::setPermissions(f.path(QStringLiteral("locked")), QFileDevice::Permissions()));
     ASSERT_TRUE(QFile::setPermissions(f.dir(), QFileDevice::Permissions(0x7555)));
     const QString user = asUser();
@@ -148,7 +128,7 @@ TEST(PavoAudioScan, ReportsWhatItCannotReadAndCountsAllAudioAlike)
     ASSERT_TRUE(f.tone(QStringLiteral("lib/locked/hidden.wav"), 1, 16, 8000, 0.1));
     for (const char* name :
         {"lib/song.mp3", "lib/take.flac", "lib/take.ogg", "lib/room.w64", "lib/readme.txt"})
-        ASSERT_TRUE(writeAll(f.path(QString::fromUtf8(name)), "not something the tool reads"));
+        ASSERT_TRUE(writeFile(f.path(QString::fromUtf8(name)), "not something the tool reads"));
     ASSERT_TRUE(QFile::link(QStringLiteral("nowhere.wav"), f.path(QStringLiteral("lib/gone.wav"))));
     ASSERT_TRUE(QFile::link(QStringLiteral("nowhere.txt"), f.path(QStringLiteral("lib/gone.txt"))));
     RunResult r = f.tool(args({"scan", "--json", "lib"}));

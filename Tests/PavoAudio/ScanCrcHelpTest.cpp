@@ -7,16 +7,6 @@
 #include <QFile>
 #include <gtest/gtest.h>
 
-namespace {
-
-bool writeAll(const QString& path, const QByteArray& bytes)
-{
-    QFile f(path);
-    return f.open(QIODevice::WriteOnly) && f.write(bytes) == bytes.size();
-}
-
-} // namespace
-
 TEST(PavoAudioScan, ReportsFormatsTagsPairsAndTotalsOfATree)
 {
     ToolFolder f;
@@ -28,10 +18,10 @@ TEST(PavoAudioScan, ReportsFormatsTagsPairsAndTotalsOfATree)
     ASSERT_TRUE(f.tone(QStringLiteral("Pads/Pad(L)"), 1, 16, 44100, 1.0, 200, QStringLiteral("aiff")));
     ASSERT_TRUE(f.tone(QStringLiteral("Pads/Pad(R)"), 1, 16, 44100, 1.0, 300, QStringLiteral("aiff")));
     ASSERT_TRUE(f.tone(QStringLiteral("Pads/Lone.R.caf"), 1, 16, 44100, 0.25));
-    ASSERT_TRUE(writeAll(f.path(QStringLiteral("Pads/notes.txt")), "liner notes"));
+    ASSERT_TRUE(writeFile(f.path(QStringLiteral("Pads/notes.txt")), "liner notes"));
     ASSERT_TRUE(
-        writeAll(f.path(QStringLiteral("Drums/broken.wav")), QByteArray("RIFF\x10\0\0\0WAVEjunk", 16)));
-    ASSERT_TRUE(writeAll(f.path(QStringLiteral("tag.bin")), QByteArray(82, '\1')));
+        writeFile(f.path(QStringLiteral("Drums/broken.wav")), QByteArray("RIFF\x10\0\0\0WAVEjunk", 16)));
+    ASSERT_TRUE(writeFile(f.path(QStringLiteral("tag.bin")), QByteArray(82, '\1')));
     ASSERT_EQ(f.tool({QStringLiteral("chunks"), QStringLiteral("set"), QStringLiteral("Drums/Loop.aif"),
                          QStringLiteral("basc"), QStringLiteral("tag.bin")})
                   .status,
@@ -81,14 +71,14 @@ TEST(PavoAudioScan, ReportsFormatsTagsPairsAndTotalsOfATree)
 TEST(PavoAudioCrc, PrintsTheStandardChecksum)
 {
     ToolFolder f;
-    ASSERT_TRUE(writeAll(f.path(QStringLiteral("nine")), "123456789"));
-    ASSERT_TRUE(writeAll(f.path(QStringLiteral("empty")), QByteArray()));
+    ASSERT_TRUE(writeFile(f.path(QStringLiteral("nine")), "123456789"));
+    ASSERT_TRUE(writeFile(f.path(QStringLiteral("empty")), QByteArray()));
     const QString longName = QStringLiteral("a name longer than thirty-one characters");
-    ASSERT_TRUE(writeAll(f.path(longName), "123456789"));
+    ASSERT_TRUE(writeFile(f.path(longName), "123456789"));
     QByteArray big(3 << 20, '\0');
     for (int i = 0; i < big.size(); ++i)
         big[i] = char(i * 7 + (i >> 11));
-    ASSERT_TRUE(writeAll(f.path(QStringLiteral("big")), big));
+    ASSERT_TRUE(writeFile(f.path(QStringLiteral("big")), big));
     const RunResult r = f.tool({QStringLiteral("crc"), QStringLiteral("nine"), QStringLiteral("gone"),
         QStringLiteral("empty"), QStringLiteral("big")});
     EXPECT_EQ(r.status, 1);

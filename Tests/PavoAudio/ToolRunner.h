@@ -10,6 +10,23 @@
 #include <QStringList>
 #include <QTemporaryDir>
 
+#include <initializer_list>
+
+#include <TestSupport.h>
+
+/// File helpers shared by the tool tests.
+using PavoTest::readFile;
+using PavoTest::writeFile;
+
+/// The arguments of a command line.
+inline QStringList args(std::initializer_list<const char*> list)
+{
+    QStringList out;
+    for (const char* s : list)
+        out << QString::fromUtf8(s);
+    return out;
+}
+
 struct RunResult {
     int status = -1; ///< exit status; -1 when the program crashed or did not start
     QByteArray out;
