@@ -8,6 +8,12 @@
 
 namespace {
 
+// Whether point lies in frame; an empty frame (no tracking frame given) holds every point.
+bool insideOrNoFrame(const QRectF& frame, const QPointF& point)
+{
+    return frame.isEmpty() || frame.contains(point);
+}
+
 // Text margins of a cell at each control size, in points.
 constexpr qreal kHorizontalMargin[] = {4.0, 3.0, 2.0};
 constexpr qreal kVerticalMargin[] = {2.0, 1.5, 1.0};
@@ -39,14 +45,22 @@ void PvCell::copySettingsTo(PvCell& other) const
     other.m_continuous = m_continuous;
     other.m_tag = m_tag;
     other.m_value = m_value;
-    other.m_representedObject = m_representedObject;
-    other.m_font = m_font;
     other.m_alignment = m_alignment;
     other.m_controlSize = m_controlSize;
-    other.m_target = m_target;
-    other.m_action = m_action;
     other.m_sendActionMask = m_sendActionMask;
-    other.m_accessibilityParent = m_accessibilityParent;
+    if (m_extras) {
+        other.extras() = *m_extras;
+        other.m_extras->trackingFrame = QRectF();
+    } else {
+        other.m_extras.reset();
+    }
+}
+
+PvCell::Extras& PvCell::extras()
+{
+    if (!m_extras)
+        m_extras = std::make_unique<Extras>();
+    return *m_extras;
 }
 
 void PvCell::setState(int state)
@@ -110,9 +124,9 @@ bool PvCell::sendAction(PvControl* view)
 {
     if (!view)
         return false;
-    if (m_action.isEmpty())
+    if (!m_extras || m_extras->action.isEmpty())
         return view->sendAction(view->action(), view->target());
-    return view->sendAction(m_action, m_target);
+    return view->sendAction(m_extras->action, m_extras->target);
 }
 
 PvControl* PvCell::controlView() const
@@ -155,7 +169,7 @@ void PvCell::drawInteriorWithFrame(QPainter& painter, const QRectF& frame, PvCon
     const bool selected = m_highlighted || m_state != OffState;
     const QPalette::ColorGroup group = m_enabled ? QPalette::Active : QPalette::Disabled;
     painter.save();
-    painter.setFont(m_font ? *m_font : (view ? view->font() : QApplication::font()));
+    painter.setFont(hasFont() ? *m_extras->font : (view ? view->font() : QApplication::font()));
     painter.setPen(pal.color(group, selected ? QPalette::HighlightedText : QPalette::Text));
     const qreal hm = kHorizontalMargin[m_controlSize];
     const qreal vm = kVerticalMargin[m_controlSize];
@@ -166,7 +180,7 @@ void PvCell::drawInteriorWithFrame(QPainter& painter, const QRectF& frame, PvCon
 
 QSizeF PvCell::cellSize() const
 {
-    QFont f = m_font ? *m_font : (m_controlView ? m_controlView->font() : QApplication::font());
+    QFont f = hasFont() ? *m_extras->font : (m_controlView ? m_controlView->font() : QApplication::font());
     const QFontMetricsF fm(f);
     const qreal hm = kHorizontalMargin[m_controlSize];
     const qreal vm = kVerticalMargin[m_controlSize];
@@ -177,7 +191,7 @@ bool PvCell::startTrackingAt(const QPointF& point, PvControl* view)
 {
     if (!m_enabled)
         return false;
-    setHighlighted(m_trackingFrame.isEmpty() || m_trackingFrame.contains(point));
+    setHighlighted(insideOrNoFrame(trackingFrame(), point));
     if (m_sendActionMask & PvLeftMouseDownMask)
         sendAction(view);
     return true;
@@ -185,7 +199,7 @@ bool PvCell::startTrackingAt(const QPointF& point, PvControl* view)
 
 bool PvCell::continueTracking(const QPointF&, const QPointF& currentPoint, PvControl* view)
 {
-    setHighlighted(m_trackingFrame.isEmpty() || m_trackingFrame.contains(currentPoint));
+    setHighlighted(insideOrNoFrame(trackingFrame(), currentPoint));
     if (m_continuous || (m_sendActionMask & PvLeftMouseDraggedMask))
         sendAction(view);
     return true;
@@ -194,7 +208,7 @@ bool PvCell::continueTracking(const QPointF&, const QPointF& currentPoint, PvCon
 void PvCell::stopTracking(const QPointF&, const QPointF& stopPoint, PvControl* view, bool mouseIsUp)
 {
     setHighlighted(false);
-    const bool inside = m_trackingFrame.isEmpty() || m_trackingFrame.contains(stopPoint);
+    const bool inside = insideOrNoFrame(trackingFrame(), stopPoint);
     if (mouseIsUp && inside && (m_sendActionMask & PvLeftMouseUpMask))
         sendAction(view);
 }
@@ -204,7 +218,7 @@ bool PvCell::trackMouse(const PvEvent& event, const QRectF& frame, PvControl* vi
     if (!view)
         return false;
     m_controlView = view;
-    m_trackingFrame = frame;
+    extras().trackingFrame = frame;
     return view->trackCell(this, event, frame, untilMouseUp);
 }
 

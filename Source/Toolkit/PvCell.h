@@ -79,24 +79,24 @@ public:
     void setFloatValue(float value) { setDoubleValue(value); }
     void setIntValue(int value) { setObjectValue(value); }
     /// Caller data carried by the cell; not interpreted.
-    QVariant representedObject() const { return m_representedObject; }
-    void setRepresentedObject(const QVariant& object) { m_representedObject = object; }
+    QVariant representedObject() const { return m_extras ? m_extras->representedObject : QVariant(); }
+    void setRepresentedObject(const QVariant& object) { extras().representedObject = object; }
 
     // ---- look --------------------------------------------------------------------
     /// The font; an unset font means the control's font.
-    QFont font() const { return m_font ? *m_font : QFont(); }
-    void setFont(const QFont& font) { m_font = font; }
-    bool hasFont() const { return m_font.has_value(); }
+    QFont font() const { return hasFont() ? *m_extras->font : QFont(); }
+    void setFont(const QFont& font) { extras().font = font; }
+    bool hasFont() const { return m_extras && m_extras->font; }
     Qt::Alignment alignment() const { return m_alignment; }
     void setAlignment(Qt::Alignment alignment) { m_alignment = alignment; }
-    ControlSize controlSize() const { return m_controlSize; }
-    void setControlSize(ControlSize size) { m_controlSize = size; }
+    ControlSize controlSize() const { return ControlSize(m_controlSize); }
+    void setControlSize(ControlSize size) { m_controlSize = uint8_t(size); }
 
     // ---- target and action -------------------------------------------------------
-    QObject* target() const { return m_target; }
-    void setTarget(QObject* target) { m_target = target; }
-    QByteArray action() const { return m_action; }
-    void setAction(const QByteArray& action) { m_action = action; }
+    QObject* target() const { return m_extras ? m_extras->target.data() : nullptr; }
+    void setTarget(QObject* target) { extras().target = target; }
+    QByteArray action() const { return m_extras ? m_extras->action : QByteArray(); }
+    void setAction(const QByteArray& action) { extras().action = action; }
     /// Sets the event-type mask (PvLeftMouseDownMask, ...) on which tracking sends the
     /// action; returns the previous mask. The default is PvLeftMouseUpMask.
     int32_t sendActionOn(int32_t mask);
@@ -141,7 +141,7 @@ public:
     /// default, as for buttons).
     virtual bool prefersTrackingUntilMouseUp() const { return false; }
     /// The frame given to the current or last trackMouse().
-    QRectF trackingFrame() const { return m_trackingFrame; }
+    QRectF trackingFrame() const { return m_extras ? m_extras->trackingFrame : QRectF(); }
     /// A wheel event over the cell; returns whether it was used. The base uses none.
     virtual bool scrollWheel(const PvEvent& event, PvControl* view);
     /// A key press while the control has focus; returns whether it was used. The base
@@ -160,33 +160,40 @@ public:
     virtual double maxValue() const { return 0.0; }
     /// The parent reported to assistive technology instead of the control's parent;
     /// not owned, null for none.
-    QObject* accessibilityParent() const { return m_accessibilityParent; }
-    void setAccessibilityParent(QObject* parent) { m_accessibilityParent = parent; }
+    QObject* accessibilityParent() const { return m_extras ? m_extras->accessibilityParent.data() : nullptr; }
+    void setAccessibilityParent(QObject* parent) { extras().accessibilityParent = parent; }
 
 protected:
     /// Copies the settings of this class into other (for clone()).
     void copySettingsTo(PvCell& other) const;
 
 private:
+    // What most cells never set lives apart, made on first use: lists hold cells by the
+    // hundred thousand, and each byte of a cell counts there.
+    struct Extras {
+        QVariant representedObject;
+        std::optional<QFont> font; // unset: the control's font
+        QPointer<QObject> target;
+        QByteArray action;
+        QRectF trackingFrame;
+        QPointer<QObject> accessibilityParent;
+    };
+    Extras& extras();
+
+    QVariant m_value;
+    QPointer<PvControl> m_controlView;
+    std::unique_ptr<Extras> m_extras;
     int m_state = OffState;
+    int m_tag = 0;
+    int32_t m_sendActionMask = PvLeftMouseUpMask;
+    Qt::Alignment m_alignment = Qt::AlignLeft | Qt::AlignVCenter;
+    // Where the owning control keeps this cell, so that it finds the cell without a search.
+    int m_indexInControl = -1;
+    uint8_t m_controlSize = RegularControlSize;
     bool m_allowsMixedState = false;
     bool m_highlighted = false;
     bool m_enabled = true;
     bool m_editable = false;
     bool m_continuous = false;
-    int m_tag = 0;
-    QVariant m_value;
-    QVariant m_representedObject;
-    std::optional<QFont> m_font; // unset until a font is given: cells are made by the thousand
-    Qt::Alignment m_alignment = Qt::AlignLeft | Qt::AlignVCenter;
-    ControlSize m_controlSize = RegularControlSize;
-    QPointer<QObject> m_target;
-    QByteArray m_action;
-    int32_t m_sendActionMask = PvLeftMouseUpMask;
-    QPointer<PvControl> m_controlView;
-    QRectF m_trackingFrame;
-    QPointer<QObject> m_accessibilityParent;
-    // Where the owning control keeps this cell, so that it finds the cell without a search.
-    int m_indexInControl = -1;
     friend class PvControl;
 };
