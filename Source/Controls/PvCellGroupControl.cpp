@@ -111,11 +111,8 @@ void PvCellGroupControl::removeCellAtIndex(int index)
     PvCell* c = m_cells[size_t(index)].get();
     if (c == m_editingCell)
         stopEditingAndResignFirstResponder(false);
-    if (m_mouseTrackingActive && c == m_mouseTrackingCell) {
-        const QPointF p = currentEvent().location - m_mouseTrackingCellFrame.topLeft();
-        endMouseTracking();
-        c->stopTracking(p, p, this, false);
-    }
+    if (m_mouseTrackingActive && c == m_mouseTrackingCell)
+        cancelCellTracking();
     // The cell may have been removed while it reported its stop.
     index = indexOfCell(c);
     if (index < 0)
@@ -401,6 +398,23 @@ void PvCellGroupControl::endMouseTracking()
 {
     m_mouseTrackingActive = false;
     m_mouseTrackingCell = nullptr;
+}
+
+void PvCellGroupControl::cancelCellTracking()
+{
+    if (!m_mouseTrackingActive)
+        return;
+    PvCell* cell = m_mouseTrackingCell;
+    const QPointF p = currentEvent().location - m_mouseTrackingCellFrame.topLeft();
+    endMouseTracking();
+    cell->stopTracking(p, p, this, false);
+}
+
+void PvCellGroupControl::hideEvent(QHideEvent* event)
+{
+    // A hidden control gets no release: the tracked cell stops here.
+    cancelCellTracking();
+    PvControl::hideEvent(event);
 }
 
 void PvCellGroupControl::mouseDown(const PvEvent& event)

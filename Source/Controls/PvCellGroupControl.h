@@ -164,6 +164,7 @@ protected:
     void focusInEvent(QFocusEvent* event) override;
     void focusOutEvent(QFocusEvent* event) override;
     void changeEvent(QEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
 
 private:
     void cellMouseEventHandling(PvCell* cell, const QRectF& frame, const PvEvent& event);
@@ -171,6 +172,7 @@ private:
     int nextEditableIndex(int from, int step) const;
     bool canType(const PvCell* cell) const;
     void endMouseTracking();
+    void cancelCellTracking();
 
     PvNumberEditorCellDelegate* m_delegate = nullptr;
     std::vector<std::unique_ptr<PvCell>> m_cells;
