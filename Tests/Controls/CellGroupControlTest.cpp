@@ -33,6 +33,12 @@ public:
     }
 };
 
+class UnflippedGroup : public PvCellGroupControl {
+public:
+    using PvCellGroupControl::PvCellGroupControl;
+    bool isFlipped() const override { return false; }
+};
+
 struct Reasons : PvNumberEditorCellDelegate {
     QList<std::pair<PvNumberEditorCell*, int>> stops;
     void dfNumberEditorCellStoppedEditingWithReason(PvNumberEditorCell* cell, int reason) override
@@ -155,6 +161,19 @@ TEST_F(CellGroupFixture, PressesReachEditableEnabledCellsWithFrameRelativePoints
     QTest::mouseRelease(group, Qt::RightButton, {}, QPoint(29, 12));
     QTest::mouseRelease(group, Qt::LeftButton, {}, QPoint(29, 12));
     EXPECT_EQ(cell->calls, QStringList({"start", "stop"}));
+
+    // Unflipped, y grows upward from the bottom edge, and a drag's previous point is still
+    // where the mouse was.
+    auto* up = new UnflippedGroup(&window);
+    up->setGeometry(120, 40, 100, 24);
+    up->show();
+    up->addCell(std::make_unique<RecordingCell>(), 20.0);
+    up->addCell(std::make_unique<RecordingCell>(), 30.0);
+    auto* second = static_cast<RecordingCell*>(up->cellAtIndex(1));
+    QTest::mousePress(up, Qt::LeftButton, {}, QPoint(25, 4));
+    QTest::mouseMove(up, QPoint(27, 10));
+    QTest::mouseRelease(up, Qt::LeftButton, {}, QPoint(27, 10));
+    EXPECT_EQ(second->points, QList<QPointF>({{5, 20}, {5, 20}, {7, 14}, {7, 14}}));
 }
 
 TEST_F(CellGroupFixture, DoubleClicksStartAndEndEditingOnlyOnEditableEnabledNumberCells)
