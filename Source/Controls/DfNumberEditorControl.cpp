@@ -195,12 +195,26 @@ bool DfNumberEditorControl::dfNumberEditorCellStepBy(PvNumberEditorCell* cell, i
     // A step in the whole value: past a field's end it carries into (or borrows from)
     // the fields on its left.
     const qint64 before = value();
+    if (cell->isEditing() && m_valueBeforeSteps < 0)
+        m_valueBeforeSteps = before;
     const qint64 after = std::clamp<qint64>(before + qint64(delta) * unitOf(i), 0, maximumValue());
     if (after != before) {
         distribute(after);
         sendAction();
     }
     return true;
+}
+
+void DfNumberEditorControl::dfNumberEditorCellStoppedEditingWithReason(PvNumberEditorCell* cell, int reason)
+{
+    const qint64 before = m_valueBeforeSteps;
+    m_valueBeforeSteps = -1;
+    // The cell has put back its own field; the steps may have carried into others.
+    if (reason == PvNumberEditorCell::EscapeStop && before >= 0 && before != value()) {
+        distribute(before);
+        sendAction();
+    }
+    PvCellGroupControl::dfNumberEditorCellStoppedEditingWithReason(cell, reason);
 }
 
 void DfNumberEditorControl::dfNumberEditorCellValueChanged(PvNumberEditorCell* cell)

@@ -68,6 +68,8 @@ public:
     QString text() const;
 
     bool dfNumberEditorCellStepBy(PvNumberEditorCell* cell, int delta) override;
+    /// Escape puts back the whole value from before typing, carries included.
+    void dfNumberEditorCellStoppedEditingWithReason(PvNumberEditorCell* cell, int reason) override;
     void dfNumberEditorCellValueChanged(PvNumberEditorCell* cell) override;
     QString accessibilityValue() const override { return text(); }
     QSize sizeHint() const override;
@@ -96,4 +98,5 @@ private:
     int m_ticksPerDivision = 240;
     std::array<PvNumberEditorCell*, kFieldCount> m_fields {};
     qint64 m_reported = 0;
+    qint64 m_valueBeforeSteps = -1; // before the first step while typing; -1 for none
 };
