@@ -134,9 +134,11 @@ void DfNumberEditorControl::setStyle(Style style)
 {
     if (style == m_style)
         return;
+    const qint64 before = value();
     m_style = style;
     build();
-    emit valueChanged(0);
+    if (before != 0)
+        emit valueChanged(0);
 }
 
 void DfNumberEditorControl::setTimeSignature(int beatsPerBar, int beatUnit)
