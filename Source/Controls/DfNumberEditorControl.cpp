@@ -38,8 +38,12 @@ void DfNumberEditorControl::build()
         removeCellAtIndex(cellCount() - 1);
     const bool musical = m_style == MusicalPositionStyle;
     const char* separators[] = {musical ? "." : ":", musical ? "." : ":", "."};
+    static const char* const musicalNames[] = {"Bars", "Beats", "Divisions", "Ticks"};
+    static const char* const timeNames[] = {"Hours", "Minutes", "Seconds", "Milliseconds"};
+    const char* const* names = musical ? musicalNames : timeNames;
     for (int i = 0; i < kFieldCount; ++i) {
         auto field = std::make_unique<PvNumberEditorCell>(originOf(i), originOf(i), originOf(i));
+        field->setAccessibilityLabel(QString::fromLatin1(names[i]));
         m_fields[size_t(i)] = field.get();
         addCell(std::move(field), QSizeF(1, height()));
         if (i < kFieldCount - 1)

@@ -197,9 +197,12 @@ QString PvAccessibleCell::text(QAccessible::Text t) const
     const PvCell* c = cell();
     if (!c)
         return {};
-    // A ranged cell is named by its control or its label; its text is its value.
+    // A cell with a label is named by it; otherwise a ranged cell is named by its control
+    // and any other cell by its text. A ranged cell's text is its value.
     switch (t) {
     case QAccessible::Name:
+        if (!c->accessibilityLabel().isEmpty())
+            return c->accessibilityLabel();
         return c->hasValueRange() ? QString() : c->stringValue();
     case QAccessible::Value:
         return c->hasValueRange() ? c->stringValue() : QString();

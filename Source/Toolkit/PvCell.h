@@ -162,6 +162,11 @@ public:
     /// not owned, null for none.
     QObject* accessibilityParent() const { return m_extras ? m_extras->accessibilityParent.data() : nullptr; }
     void setAccessibilityParent(QObject* parent) { extras().accessibilityParent = parent; }
+    /// The name assistive technology reads for the cell, such as "Bars" for one field of a
+    /// position; empty (the default) names a value cell by its control and any other
+    /// cell by its text.
+    QString accessibilityLabel() const { return m_extras ? m_extras->accessibilityLabel : QString(); }
+    void setAccessibilityLabel(const QString& label) { extras().accessibilityLabel = label; }
 
 protected:
     /// Copies the settings of this class into other (for clone()).
@@ -177,6 +182,7 @@ private:
         QByteArray action;
         QRectF trackingFrame;
         QPointer<QObject> accessibilityParent;
+        QString accessibilityLabel;
     };
     Extras& extras();
 

@@ -159,6 +159,7 @@ TEST_F(EditorFixture, FieldsAreSpinBoxesToAssistiveTechnologyAndReportTabAsAReas
     ASSERT_EQ(iface->childCount(), 7); // four fields, three separators
     QAccessibleInterface* beat = iface->child(2);
     EXPECT_EQ(beat->role(), QAccessible::SpinBox);
+    EXPECT_EQ(beat->text(QAccessible::Name), "Beats");
     QAccessibleValueInterface* value = beat->valueInterface();
     ASSERT_NE(value, nullptr);
     EXPECT_EQ(value->maximumValue().toInt(), 4);
