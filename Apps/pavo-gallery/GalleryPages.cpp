@@ -36,6 +36,7 @@ QList<Page> pages()
         {"Bevel views", bevelPage},
         {"Tool tip", toolTipPage},
         {"Fade-out", fadePage},
+        {"Sliders", sliderPage},
     };
 }
 

@@ -38,5 +38,6 @@ QWidget* themedWindowPage(bool textured);
 QWidget* bevelPage();
 QWidget* toolTipPage();
 QWidget* fadePage();
+QWidget* sliderPage();
 
 } // namespace PavoGallery

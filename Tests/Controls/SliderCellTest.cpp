@@ -371,6 +371,7 @@ TEST_F(SliderFixture, ValueTipAccessibilityAndPictures)
     // The tip shows the value while tracking and closes with the release.
     cell->setMovableToolTip(cell, 0);
     QTest::mousePress(slider, Qt::LeftButton, {}, QPoint(60, 10));
+    EXPECT_EQ(cell->knobState(), 1); // pressed while tracking
     PvToolTipWindow* tip = PvToolTipWindow::existingToolTipWindow();
     ASSERT_NE(tip, nullptr);
     EXPECT_TRUE(tip->isVisible());
@@ -417,6 +418,16 @@ TEST_F(SliderFixture, ValueTipAccessibilityAndPictures)
     EXPECT_EQ(at(10 + 50 + 0.25, 5.25), QColor(Qt::red)); // the knob's first 2x pixel
     EXPECT_EQ(at(10 + 50 - 0.25, 10), QColor(Qt::green));
     EXPECT_EQ(at(10 + 50 + 0.25, 4.75), ground);
+    // Another active window: the knob shows inactive when asked to.
+    cell->setShowsDisabledWhenNotMainWindow(true);
+    QWidget front;
+    front.show();
+    front.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&front));
+    image.fill(Qt::white);
+    slider->render(&image);
+    EXPECT_EQ(at(65, 6), QColor(Qt::yellow));
+    cell->setShowsDisabledWhenNotMainWindow(false);
     cell->setKnobDisabledAlpha(0.5f);
     slider->setEnabled(false);
     image.fill(Qt::white);
