@@ -302,7 +302,7 @@ void PvBasicSliderCell::drawBarInside(QPainter& painter, const QRectF& rect, boo
     option.subControls = QStyle::SC_SliderGroove;
     styleOf(view())->drawComplexControl(QStyle::CC_Slider, &option, &painter, view());
     painter.restore();
-    drawTickMarks(painter);
+    drawTickmarks(painter);
 }
 
 void PvBasicSliderCell::drawKnob(QPainter& painter, const QRectF&)
@@ -320,7 +320,7 @@ void PvBasicSliderCell::drawKnob(QPainter& painter, const QRectF&)
     painter.restore();
 }
 
-void PvBasicSliderCell::drawTickMarks(QPainter& painter)
+void PvBasicSliderCell::drawTickmarks(QPainter& painter)
 {
     const QPalette pal = view() ? view()->palette() : QApplication::palette();
     const QColor colour

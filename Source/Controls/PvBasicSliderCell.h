@@ -16,7 +16,7 @@ class QStyleOptionSlider;
     vertical, with its minimum at the bottom of the screen. Tick marks are spaced evenly
     along the knob's travel; their values come from tickMarkValueAtIndex(), which
     subclasses may curve. Ticks are drawn by the cell (not by the style), so a subclass
-    that moves them (rectOfTickMarkAtIndex()) or colours them (drawTickMarks()) is obeyed.
+    that moves them (rectOfTickMarkAtIndex()) or colours them (drawTickmarks()) is obeyed.
 
     Actions: a new slider cell is continuous, and its send-action mask at creation is
     PvLeftMouseDownMask | PvLeftMouseUpMask | PvLeftMouseDraggedMask, so its action goes
@@ -93,12 +93,12 @@ public:
     void drawWithFrame(QPainter& painter, const QRectF& frame, PvControl* view) override;
     /// Draws the bar, the tick marks and the knob into frame.
     void drawInteriorWithFrame(QPainter& painter, const QRectF& frame, PvControl* view) override;
-    /// The bar (groove) of the current style, then drawTickMarks().
+    /// The bar (groove) of the current style, then drawTickmarks().
     virtual void drawBarInside(QPainter& painter, const QRectF& rect, bool flipped);
     /// The knob of the current style at the cell's value (knobRect is where it goes).
     virtual void drawKnob(QPainter& painter, const QRectF& knobRect);
     /// Fills every tick mark rectangle in the palette's text colour (disabled: dimmed).
-    virtual void drawTickMarks(QPainter& painter);
+    virtual void drawTickmarks(QPainter& painter);
     QSizeF cellSize() const override;
 
     // ---- input ------------------------------------------------------------------------

@@ -317,7 +317,7 @@ void PvSliderCell::drawBarInside(QPainter& painter, const QRectF& rect, bool fli
         r = QRectF(s.x(), s.y() + std::floor((s.height() - image.height()) / 2) + m_trackYInset, s.width(),
             image.height());
     drawPicture(painter, m_trackImageID, 0, r);
-    drawTickMarks(painter);
+    drawTickmarks(painter);
 }
 
 void PvSliderCell::drawKnob(QPainter& painter, const QRectF& knobRect)
@@ -335,7 +335,7 @@ void PvSliderCell::drawKnob(QPainter& painter, const QRectF& knobRect)
         drawPicture(painter, m_knobImageID, state, knobRect);
 }
 
-void PvSliderCell::drawTickMarks(QPainter& painter)
+void PvSliderCell::drawTickmarks(QPainter& painter)
 {
     if (numberOfTickMarks() <= 0)
         return;

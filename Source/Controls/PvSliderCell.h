@@ -156,7 +156,7 @@ public:
     void drawWithFrame(QPainter& painter, const QRectF& frame, PvControl* view) override;
     void drawBarInside(QPainter& painter, const QRectF& rect, bool flipped) override;
     void drawKnob(QPainter& painter, const QRectF& knobRect) override;
-    void drawTickMarks(QPainter& painter) override;
+    void drawTickmarks(QPainter& painter) override;
 
     // ---- tracking -----------------------------------------------------------------------
     bool trackMouse(const PvEvent& event, const QRectF& frame, PvControl* view, bool untilMouseUp) override;

@@ -349,6 +349,16 @@ TEST_F(SliderFixture, WheelAndKeys)
     wheel(QPoint(0, 120));
     EXPECT_DOUBLE_EQ(slider->doubleValue(), 52.5);
     slider->setEnabled(true);
+    // The cell's own wheel rule serves a cell in any control, and always sends.
+    PvControl host(std::make_unique<PvSliderCell>(), &window);
+    host.setGeometry(0, 40, 110, 20);
+    QSignalSpy sent(&host, &PvControl::actionTriggered);
+    host.cell()->setDoubleValue(0.5);
+    QWheelEvent down(QPointF(5, 5), host.mapToGlobal(QPointF(5, 5)), QPoint(), QPoint(0, -30), Qt::NoButton,
+        Qt::NoModifier, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(&host, &down);
+    EXPECT_DOUBLE_EQ(host.doubleValue(), 0.4);
+    EXPECT_EQ(sent.size(), 1);
 
     // Keys: a hundredth of the range per arrow, a tenth per page; tick to tick with ticks.
     slider->setFocus();
