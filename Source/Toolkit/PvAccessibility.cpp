@@ -11,7 +11,7 @@ namespace {
 // The value of a ranged cell, shared by a control (its one cell) and a cell child.
 QVariant valueOf(const PvCell* cell)
 {
-    return cell && cell->hasValueRange() ? QVariant(cell->doubleValue()) : QVariant();
+    return cell && cell->hasValueRange() ? QVariant(cell->accessibleDoubleValue()) : QVariant();
 }
 
 // Sets a ranged cell's value from assistive technology, as a user's change: the value
@@ -24,7 +24,7 @@ void setValueOf(PvCell* cell, PvControl* control, const QVariant& value)
         return;
     const double low = std::min(cell->minValue(), cell->maxValue());
     const double high = std::max(cell->minValue(), cell->maxValue());
-    cell->setDoubleValue(std::clamp(v, low, high));
+    cell->setAccessibleDoubleValue(std::clamp(v, low, high));
     control->updateCell(cell);
     cell->sendAction(control);
 }
@@ -77,6 +77,9 @@ QAccessibleInterface* PvAccessibleControl::parent() const
 {
     if (QObject* p = control()->accessibilityParent())
         return QAccessible::queryAccessibleInterface(p);
+    // A control with one cell speaks for it, so the cell's override counts too.
+    if (const PvCell* c = control()->cell(); c && c->accessibilityParent())
+        return QAccessible::queryAccessibleInterface(c->accessibilityParent());
     return QAccessibleWidget::parent();
 }
 

@@ -99,8 +99,8 @@ public:
     void setAction(const QByteArray& action) { extras().action = action; }
     /// Sets the event-type mask (PvLeftMouseDownMask, ...) on which tracking sends the
     /// action; returns the previous mask. The default is PvLeftMouseUpMask.
-    int32_t sendActionOn(int32_t mask);
-    int32_t sendActionMask() const { return m_sendActionMask; }
+    virtual int32_t sendActionOn(int32_t mask);
+    virtual int32_t sendActionMask() const { return m_sendActionMask; }
     /// Sends the cell's action to its target through view (the sender). A cell without
     /// an action of its own uses view's action and target. Returns whether a receiver
     /// was called (view's actionTriggered signal is emitted either way).
@@ -158,6 +158,10 @@ public:
     virtual bool hasValueRange() const { return false; }
     virtual double minValue() const { return 0.0; }
     virtual double maxValue() const { return 0.0; }
+    /// The number assistive technology reads and sets within that range: doubleValue() by
+    /// default; a cell whose shown value differs from its stored one answers the shown one.
+    virtual double accessibleDoubleValue() const { return doubleValue(); }
+    virtual void setAccessibleDoubleValue(double value) { setDoubleValue(value); }
     /// The parent reported to assistive technology instead of the control's parent;
     /// not owned, null for none.
     QObject* accessibilityParent() const { return m_extras ? m_extras->accessibilityParent.data() : nullptr; }

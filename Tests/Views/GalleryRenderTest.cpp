@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #ifdef PAVO_HAVE_GALLERY
+#include "DemoImageProvider.h"
 #include "GalleryPages.h"
 
 namespace {
@@ -37,6 +38,8 @@ QString fileName(const QString& title, bool dark)
 
 TEST(Gallery, RendersEveryPageInBothPalettes)
 {
+    // The gallery application's pictures, as its main() installs them.
+    PvResourceProvider::setDefaultResourceProviderClass<PavoGallery::DemoImageProvider>();
     PavoGallery::GalleryWindow window;
     window.resize(980, 640);
     window.show();
@@ -68,6 +71,7 @@ TEST(Gallery, RendersEveryPageInBothPalettes)
     QTest::mouseRelease(pad, Qt::LeftButton, {}, QPoint(80, 60));
     EXPECT_FALSE(tip->isVisible());
     window.setDark(false);
+    PvResourceProvider::setDefaultResourceProviderClass({});
 }
 // Pages are built when first shown; in a small window they keep the size their content
 // needs and scroll.
