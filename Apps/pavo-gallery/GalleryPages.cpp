@@ -36,6 +36,8 @@ QList<Page> pages()
         {"Bevel views", bevelPage},
         {"Tool tip", toolTipPage},
         {"Fade-out", fadePage},
+        {"Level meters", meterPage},
+        {"Octave picker", octavePickerPage},
     };
 }
 

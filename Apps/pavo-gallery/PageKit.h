@@ -38,5 +38,7 @@ QWidget* themedWindowPage(bool textured);
 QWidget* bevelPage();
 QWidget* toolTipPage();
 QWidget* fadePage();
+QWidget* meterPage();
+QWidget* octavePickerPage();
 
 } // namespace PavoGallery
