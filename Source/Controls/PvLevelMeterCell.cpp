@@ -153,8 +153,11 @@ void PvLevelMeterCell::drawWithFrame(QPainter& painter, const QRectF& frame, PvC
 
 void PvLevelMeterCell::drawInteriorWithFrame(QPainter& painter, const QRectF& cellFrame, PvControl* view)
 {
+    // Meters are drawn many times a second, many at a time: each picture is asked for once
+    // per draw and its parts are copied without further painter state changes.
     PvResourceProvider* provider = PvResourceProvider::defaultResourceProvider();
-    const QSizeF stripSize = provider->imageSize(m_levelMeterImageID, kUnlit);
+    const QPixmap off = provider->imageForID(m_levelMeterImageID, kUnlit);
+    const QSizeF stripSize = off.isNull() ? QSizeF() : off.deviceIndependentSize();
     const float W = float(stripSize.width());
     const float H = float(stripSize.height());
     const float inset = m_onStateLEDInset;
@@ -188,36 +191,48 @@ void PvLevelMeterCell::drawInteriorWithFrame(QPainter& painter, const QRectF& ce
         holdWidth = 2.0f;
     }
 
-    painter.save();
     // In an unflipped control the painter grows upward; draw the pictures upright in the
     // same place. The strip stands on the bottom edge of the frame.
+    const bool upward = painter.worldTransform().m22() < 0;
+    if (upward)
+        painter.save();
     const QRectF frame = pv_uprightRect(painter, cellFrame);
     const qreal x = frame.x();
     const qreal stripTop = frame.bottom() - H;
 
-    if (d < 1.0f) {
-        const float s = litLength + (litLength >= 1.0f ? inset : 0.0f);
-        if (s < W)
-            provider->drawImageWithID(
-                m_levelMeterImageID, kUnlit, painter, QPointF(x + s, stripTop), QRectF(s, 0, W - s, H));
-    }
-    // An empty part would mean the whole picture to the provider: skip those.
-    if (d > 0.0f && litLength + inset > 0.0f)
-        provider->drawImageWithID(
-            m_levelMeterImageID, kLit, painter, QPointF(x, stripTop), QRectF(0, 0, litLength + inset, H));
-    if (m > 0.0f && d < 1.0f && H > 1.0f && holdWidth > 0.0f) {
-        // The lit picture's column at the hold, less the picture's bottom row, as it sits in
-        // the strip.
-        const float x0 = holdEnd + inset - holdWidth;
-        provider->drawImageWithID(
-            m_levelMeterImageID, kLit, painter, QPointF(x + x0, stripTop), QRectF(x0, 0, holdWidth, H - 1));
+    // Copies part (in points of picture) to the same place of the strip standing at
+    // (x, stripTop); parts are clipped to the picture.
+    auto copy = [&painter, x, stripTop](const QPixmap& picture, QRectF part) {
+        part &= QRectF(QPointF(0, 0), picture.deviceIndependentSize());
+        if (part.isEmpty())
+            return;
+        const qreal ratio = picture.devicePixelRatio();
+        painter.drawPixmap(QRectF(QPointF(x, stripTop) + part.topLeft(), part.size()), picture,
+            QRectF(part.topLeft() * ratio, part.size() * ratio));
+    };
+    if (!off.isNull()) {
+        const QPixmap on = provider->imageForID(m_levelMeterImageID, kLit);
+        if (d < 1.0f) {
+            const float s = litLength + (litLength >= 1.0f ? inset : 0.0f);
+            copy(off, QRectF(s, 0, W - s, H));
+        }
+        if (d > 0.0f)
+            copy(on, QRectF(0, 0, litLength + inset, H));
+        if (m > 0.0f && d < 1.0f) {
+            // The lit picture's column at the hold, less the picture's bottom row.
+            const float x0 = holdEnd + inset - holdWidth;
+            copy(on, QRectF(x0, 0, holdWidth, H - 1));
+        }
     }
     if (m_peakLEDImageID != kImage_None) {
-        const int state = m_peak ? kLit : kUnlit;
-        const QSizeF led = provider->imageSize(m_peakLEDImageID, state);
-        if (!led.isEmpty())
-            provider->drawImageWithID(m_peakLEDImageID, state, painter,
-                QPointF(frame.right() - led.width(), frame.bottom() - led.height()));
+        const QPixmap led = provider->imageForID(m_peakLEDImageID, m_peak ? kLit : kUnlit);
+        if (!led.isNull()) {
+            const QSizeF size = led.deviceIndependentSize();
+            painter.drawPixmap(
+                QRectF(QPointF(frame.right() - size.width(), frame.bottom() - size.height()), size), led,
+                QRectF(QPointF(0, 0), QSizeF(led.size())));
+        }
     }
-    painter.restore();
+    if (upward)
+        painter.restore();
 }
