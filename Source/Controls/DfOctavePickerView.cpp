@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 namespace {
 
@@ -89,8 +90,10 @@ void DfOctavePickerView::setKeyRange(const DfKeyRange& range)
 void DfOctavePickerView::setKeyRangeForMouseEvent(const PvEvent& event, int raster)
 {
     const float px = float(event.location.x());
-    int k = int(std::floor((px - m_mouseDownOffset - kKeyboardOffset) / keyWidth()));
-    k = std::max(k, 0);
+    // Without a keyboard picture every position is key 0.
+    const float w = keyWidth();
+    const float key = w > 0 ? std::floor((px - m_mouseDownOffset - kKeyboardOffset) / w) : 0.0f;
+    int k = key > 0 ? int(std::min(key, float(INT32_MAX / 2))) : 0;
     if (raster > 1)
         k = raster * (k / raster); // the start snaps down to a multiple of the raster
     const uint32_t n = m_keyRange.length;

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 
 namespace {
@@ -143,7 +144,9 @@ uint32_t PvLevelMeterCell::litLEDs(uint32_t count, float value)
         return 0;
     const float perLED = 1.0f / float(count);
     const float lit = std::round(value / perLED); // std::round rounds halves away from zero
-    return lit > 0 ? uint32_t(lit) : 0;
+    if (!(lit > 0)) // also NaN
+        return 0;
+    return lit < 4294967296.0f ? uint32_t(lit) : UINT32_MAX;
 }
 
 void PvLevelMeterCell::drawWithFrame(QPainter& painter, const QRectF& frame, PvControl* view)
