@@ -56,14 +56,10 @@ TEST(OctavePicker, PicturesOfBothFormsExistAndFitTheKeyboard)
         EXPECT_GE(bg.width(), 6 + keys.width());
         EXPECT_GE(bg.height(), keys.height() + 2);
         EXPECT_EQ(view->size(), bg); // the frame's size is ignored
-        EXPECT_EQ(view->pos(), QPoint(0, 0));
-        EXPECT_EQ(view->keyRange(), (DfKeyRange {10, 10}));
-        EXPECT_EQ(view->clickRaster(), 7);
-        EXPECT_EQ(view->dragRaster(), 1);
     }
 }
 
-TEST_F(PickerFixture, GeometryAndFixedAnswers)
+TEST_F(PickerFixture, GeometryAndNoFocus)
 {
     EXPECT_EQ(picker->pos(), QPoint(20, 30));
     EXPECT_EQ(picker->keyWidth(), 6.0f);
@@ -74,10 +70,6 @@ TEST_F(PickerFixture, GeometryAndFixedAnswers)
     picker->setKeyRange({80, 10}); // taken as it is
     EXPECT_EQ(location(), 80u);
 
-    EXPECT_FALSE(picker->acceptsFirstResponder());
-    EXPECT_TRUE(picker->acceptsFirstMouse());
-    EXPECT_TRUE(picker->shouldDelayWindowOrderingForEvent());
-    EXPECT_FALSE(picker->mouseDownCanMoveWindow());
     auto* edit = new QLineEdit(&window);
     edit->move(0, 80);
     edit->show();
@@ -107,9 +99,6 @@ TEST_F(PickerFixture, ClicksJumpByTheClickRasterAndSendTheActionOnce)
     picker->setClickRaster(5);
     QTest::mouseClick(picker, Qt::LeftButton, {}, key(38));
     EXPECT_EQ(location(), 35u);
-    picker->setClickRaster(1);
-    QTest::mouseClick(picker, Qt::LeftButton, {}, key(60));
-    EXPECT_EQ(location(), 60u);
 
     // Only with both target and action: never to whoever else answers it.
     target.ranges.clear();
@@ -120,8 +109,8 @@ TEST_F(PickerFixture, ClicksJumpByTheClickRasterAndSendTheActionOnce)
     QTest::mouseClick(picker, Qt::LeftButton, {}, key(30));
     EXPECT_TRUE(target.ranges.isEmpty());
     EXPECT_EQ(location(), 30u);
-    EXPECT_EQ(chosen.count(), 6);
-    EXPECT_EQ(triggered.count(), 4);
+    EXPECT_EQ(chosen.count(), 5);
+    EXPECT_EQ(triggered.count(), 3);
 }
 
 TEST_F(PickerFixture, DragsMoveKeyByKeyAndStopAtBothEnds)
