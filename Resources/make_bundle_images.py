@@ -55,7 +55,9 @@ def splitter(name, light, dark):
 
 
 def keyboard(name, white_keys, key_w=6, height=22):
-    c = Canvas(white_keys * key_w, height, (250, 250, 250, 255))
+    # White keys are translucent, so the octave picker's highlight drawn under the
+    # keyboard tints them; lines and black keys are opaque.
+    c = Canvas(white_keys * key_w, height, (250, 250, 250, 150))
     for k in range(white_keys):
         c.rect(k * key_w, 0, k * key_w + 1, height, (110, 110, 110, 255))
     # Black keys follow the C D E F G A B pattern: after C, D, F, G and A.

@@ -38,6 +38,8 @@ QList<Page> pages()
         {"Fade-out", fadePage},
         {"Cell group", cellGroupPage},
         {"Sliders", sliderPage},
+        {"Level meters", meterPage},
+        {"Octave picker", octavePickerPage},
     };
 }
 

@@ -40,5 +40,7 @@ QWidget* toolTipPage();
 QWidget* fadePage();
 QWidget* cellGroupPage();
 QWidget* sliderPage();
+QWidget* meterPage();
+QWidget* octavePickerPage();
 
 } // namespace PavoGallery

@@ -1,0 +1,265 @@
+// 64 stereo level meters fed with a changing signal and painted through the widgets'
+// paint path into an image, frame after frame, against 64 plain QWidgets that fill the
+// same rectangles with a colour.
+//
+//   build/Bench/bench_meters --benchmark_repetitions=5 --benchmark_report_aggregates_only=true
+//
+// One iteration is one frame: every meter gets its two levels, then the whole panel is
+// rendered into an image (so every meter paints, whether it asked for a redraw or not).
+// The signal runs 600 frames and starts again. The meters read a manual clock that moves
+// 1/60 s per frame, so their fall-back and hold behave as on a 60 Hz display.
+//
+// The counter no_repaint_share of the meter rows is measured once, untimed, on a shown
+// panel fed with a slowly changing signal: the share of setLevel calls after which the
+// meter's frame was not repainted.
+#include <Pavo/PavoUI.h>
+
+#include <QApplication>
+#include <QImage>
+#include <QPainter>
+#include <QPixmap>
+#include <benchmark/benchmark.h>
+
+#include <cmath>
+#include <memory>
+#include <numbers>
+#include <vector>
+
+namespace {
+
+constexpr int kMeters = 64;
+constexpr int kColumns = 4;
+constexpr int kFrames = 600;
+constexpr QSize kMeterSize(130, 24);
+constexpr int kPadding = 2;
+constexpr int32_t kStrip = 1;
+constexpr int32_t kClip = 2;
+
+// A strip of 104 x 8 points (a 4-point start area and ten LEDs) and an 8 x 8 clip LED,
+// drawn once.
+class Pictures : public PvResourceProvider {
+public:
+    Pictures()
+    {
+        for (bool lit : {false, true}) {
+            QPixmap strip(104, 8);
+            strip.fill(QColor(30, 30, 30));
+            QPainter p(&strip);
+            p.fillRect(0, 1, 3, 6, lit ? QColor(60, 220, 60) : QColor(20, 60, 20));
+            for (int i = 0; i < 10; ++i) {
+                const QColor on = i < 7 ? QColor(60, 220, 60)
+                    : i < 9             ? QColor(240, 190, 40)
+                                        : QColor(240, 50, 40);
+                p.fillRect(4 + 10 * i + 1, 1, 8, 6, lit ? on : on.darker(400));
+            }
+            m_strip[lit] = strip;
+            QPixmap led(8, 8);
+            led.fill(lit ? QColor(240, 50, 40) : QColor(70, 20, 20));
+            m_clip[lit] = led;
+        }
+    }
+    QPixmap imageForID(int32_t id, int state) override
+    {
+        if (state != 0 && state != 3)
+            return {};
+        if (id == kStrip)
+            return m_strip[state == 3];
+        if (id == kClip)
+            return m_clip[state == 3];
+        return {};
+    }
+
+private:
+    QPixmap m_strip[2];
+    QPixmap m_clip[2];
+};
+
+QRect meterGeometry(int i)
+{
+    return QRect(
+        QPoint((i % kColumns) * kMeterSize.width(), (i / kColumns) * kMeterSize.height()), kMeterSize);
+}
+
+// The levels of each frame, left and right for each meter: a fast programme-like signal
+// with peaks a little above full scale, or a slow swell.
+std::vector<float> makeSignal(bool slow)
+{
+    std::vector<float> s(size_t(kFrames) * kMeters * 2);
+    for (int f = 0; f < kFrames; ++f)
+        for (int m = 0; m < kMeters * 2; ++m) {
+            float v;
+            if (slow) {
+                v = 0.5f + 0.3f * float(std::sin(2 * std::numbers::pi * f / kFrames + m));
+            } else {
+                const double beat = std::fmod(f * 0.07 + m * 0.37, 1.0); // decaying hits
+                v = float(1.08 * std::exp(-4.0 * beat) * (0.75 + 0.25 * std::sin(f * 0.31 + m)));
+            }
+            s[size_t(f) * kMeters * 2 + size_t(m)] = v;
+        }
+    return s;
+}
+
+struct MeterPanel {
+    QWidget panel;
+    std::vector<DfStereoLevelMeterView*> meters;
+
+    explicit MeterPanel(uint32_t ledCount)
+    {
+        panel.resize(kColumns * kMeterSize.width(), (kMeters / kColumns) * kMeterSize.height());
+        for (int i = 0; i < kMeters; ++i) {
+            auto* m = new DfStereoLevelMeterView(meterGeometry(i), &panel);
+            m->setImageIDs(kStrip, kClip);
+            m->setPadding(kPadding);
+            m->setOnStateLEDInset(4);
+            m->setLEDCount(ledCount);
+            m->setFallBackStep(0.05f);
+            m->setFallBackStepTime(0.05);
+            m->setMaxLevelHoldTime(1.0);
+            meters.push_back(m);
+        }
+    }
+    void feed(const std::vector<float>& signal, int frame)
+    {
+        const float* levels = signal.data() + size_t(frame) * kMeters * 2;
+        for (int i = 0; i < kMeters; ++i)
+            meters[size_t(i)]->setLevelL(levels[2 * i], levels[2 * i + 1]);
+    }
+};
+
+// The reference: a widget that fills the two meter rectangles with a colour.
+class FillWidget : public QWidget {
+public:
+    using QWidget::QWidget;
+    float left = 0, right = 0;
+
+protected:
+    void paintEvent(QPaintEvent*) override
+    {
+        QPainter p(this);
+        const int w = width() - 2 * kPadding, h = 8;
+        p.fillRect(QRect(kPadding, kPadding, w, h), QColor::fromRgbF(0.2f, std::min(left, 1.0f), 0.2f));
+        p.fillRect(QRect(kPadding, height() - kPadding - h, w, h),
+            QColor::fromRgbF(0.2f, std::min(right, 1.0f), 0.2f));
+    }
+};
+
+struct FillPanel {
+    QWidget panel;
+    std::vector<FillWidget*> widgets;
+
+    FillPanel()
+    {
+        panel.resize(kColumns * kMeterSize.width(), (kMeters / kColumns) * kMeterSize.height());
+        for (int i = 0; i < kMeters; ++i) {
+            auto* w = new FillWidget(&panel);
+            w->setGeometry(meterGeometry(i));
+            widgets.push_back(w);
+        }
+    }
+    void feed(const std::vector<float>& signal, int frame)
+    {
+        const float* levels = signal.data() + size_t(frame) * kMeters * 2;
+        for (int i = 0; i < kMeters; ++i) {
+            widgets[size_t(i)]->left = levels[2 * i];
+            widgets[size_t(i)]->right = levels[2 * i + 1];
+        }
+    }
+};
+
+// Counts the frames of each meter that were repainted after setLevel calls, on a shown
+// panel with the repaint manager doing its usual work.
+double noRepaintShare(uint32_t ledCount)
+{
+    PvClock::ScopedOverride clock(0.0);
+    MeterPanel panel(ledCount);
+    panel.panel.show();
+    QApplication::processEvents();
+    struct Counter : QObject {
+        long cells = 0;
+        bool eventFilter(QObject* o, QEvent* e) override
+        {
+            if (e->type() == QEvent::Paint) {
+                auto* m = static_cast<DfStereoLevelMeterView*>(o);
+                QRectF l, r;
+                m->getCellFrames(&l, &r);
+                const QRect area = static_cast<QPaintEvent*>(e)->rect();
+                cells += (area.intersects(l.toAlignedRect()) ? 1 : 0)
+                    + (area.intersects(r.toAlignedRect()) ? 1 : 0);
+            }
+            return false;
+        }
+    } counter;
+    for (DfStereoLevelMeterView* m : panel.meters)
+        m->installEventFilter(&counter);
+    const std::vector<float> signal = makeSignal(true);
+    for (int f = 0; f < kFrames; ++f) {
+        clock.advance(1.0 / 60);
+        panel.feed(signal, f);
+        QApplication::processEvents();
+    }
+    return 1.0 - double(counter.cells) / (double(kFrames) * kMeters * 2);
+}
+
+void runMeters(benchmark::State& state, uint32_t ledCount)
+{
+    // Measured once per mode: the benchmark calls this for every repetition.
+    static double shares[2] = {-1, -1};
+    double& share = shares[ledCount > 0 ? 1 : 0];
+    if (share < 0)
+        share = noRepaintShare(ledCount);
+    PvClock::ScopedOverride clock(0.0);
+    MeterPanel panel(ledCount);
+    const std::vector<float> signal = makeSignal(false);
+    QImage image(panel.panel.size(), QImage::Format_ARGB32_Premultiplied);
+    int frame = 0;
+    for (auto _ : state) {
+        clock.advance(1.0 / 60);
+        panel.feed(signal, frame);
+        panel.panel.render(&image);
+        frame = (frame + 1) % kFrames;
+    }
+    state.counters["no_repaint_share"] = share;
+}
+
+void BM_Meters_LED(benchmark::State& state)
+{
+    runMeters(state, 10);
+}
+
+void BM_Meters_Bar(benchmark::State& state)
+{
+    runMeters(state, 0);
+}
+
+void BM_PlainFill(benchmark::State& state)
+{
+    FillPanel panel;
+    const std::vector<float> signal = makeSignal(false);
+    QImage image(panel.panel.size(), QImage::Format_ARGB32_Premultiplied);
+    int frame = 0;
+    for (auto _ : state) {
+        panel.feed(signal, frame);
+        panel.panel.render(&image);
+        frame = (frame + 1) % kFrames;
+    }
+}
+
+} // namespace
+
+BENCHMARK(BM_PlainFill)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_Meters_LED)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_Meters_Bar)->Unit(benchmark::kMicrosecond);
+
+int main(int argc, char** argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication app(argc, argv);
+    PvResourceProvider::setDefaultResourceProviderClass<Pictures>();
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+        return 1;
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    PvResourceProvider::setDefaultResourceProviderClass({});
+    return 0;
+}

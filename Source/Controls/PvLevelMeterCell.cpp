@@ -1,0 +1,241 @@
+#include "PvLevelMeterCell.h"
+
+#include "PvClock.h"
+#include "PvControl.h"
+#include "PvResourceProvider.h"
+
+#include <QPainter>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+
+namespace {
+
+// Picture states of the strip and the clip LED.
+constexpr int kUnlit = 0;
+constexpr int kLit = 3;
+
+// A shown level that moves by no more than this redraws nothing (single precision, as
+// the comparison is made in floats).
+constexpr float kRedrawThreshold = 0.01f;
+
+} // namespace
+
+PvLevelMeterCell::PvLevelMeterCell() = default;
+
+PvLevelMeterCell::~PvLevelMeterCell() = default;
+
+std::unique_ptr<PvCell> PvLevelMeterCell::clone() const
+{
+    // Settings only: a copy starts silent, without timers and without a view.
+    auto copy = std::make_unique<PvLevelMeterCell>();
+    copySettingsTo(*copy);
+    copy->m_levelMeterImageID = m_levelMeterImageID;
+    copy->m_peakLEDImageID = m_peakLEDImageID;
+    copy->m_LED_count = m_LED_count;
+    copy->m_fallBackStep = m_fallBackStep;
+    copy->m_fallBackStepTime = m_fallBackStepTime;
+    copy->m_maxLevelHoldTime = m_maxLevelHoldTime;
+    copy->m_onStateLEDInset = m_onStateLEDInset;
+    return copy;
+}
+
+void PvLevelMeterCell::setImageIDs(int32_t levelMeterImageID, int32_t peakLEDImageID)
+{
+    m_levelMeterImageID = levelMeterImageID;
+    m_peakLEDImageID = peakLEDImageID;
+}
+
+void PvLevelMeterCell::redraw()
+{
+    if (PvControl* view = controlView())
+        view->setNeedsDisplayInRect(m_cellFrame);
+}
+
+void PvLevelMeterCell::setLevel(float level, bool force)
+{
+    const float previous = m_displayLevel;
+    const bool near
+        = level >= previous ? previous >= level - kRedrawThreshold : level + kRedrawThreshold >= previous;
+    m_level = level;
+
+    const double now = PvClock::now();
+    const double elapsed = m_lastCallDate ? now - *m_lastCallDate : 0.0;
+    m_holdAccumulateTime += elapsed;
+    m_lastCallDate = now;
+
+    // Without a step time the fall-back term is infinite: the display follows at once.
+    const double fallen = m_fallBackStepTime > 0
+        ? double(m_displayLevel) - double(m_fallBackStep) * elapsed / m_fallBackStepTime
+        : -std::numeric_limits<double>::infinity();
+    float candidate = float(std::max(double(level), fallen));
+    if (candidate > 1.0f) {
+        m_peak = true;
+        candidate = std::min(candidate, 1.0f + m_fallBackStep);
+    } else {
+        candidate = std::max(0.0f, candidate);
+    }
+    m_displayLevel = candidate;
+
+    if (candidate > m_maxDisplayLevel) {
+        m_maxDisplayLevel = candidate;
+        m_holdAccumulateTime = 0;
+        redraw();
+        return;
+    }
+    if (m_holdAccumulateTime > m_maxLevelHoldTime) {
+        m_holdAccumulateTime = 0;
+        if (m_maxDisplayLevel != 0) {
+            // The hold segment goes at once; it does not fall.
+            m_maxDisplayLevel = 0;
+            redraw();
+            return;
+        }
+    }
+    if (!near || force)
+        redraw();
+}
+
+void PvLevelMeterCell::setPeak(bool peak)
+{
+    m_peak = peak;
+    redraw();
+}
+
+float PvLevelMeterCell::cellHeight() const
+{
+    return float(
+        PvResourceProvider::defaultResourceProvider()->imageSize(m_levelMeterImageID, kUnlit).height());
+}
+
+QSizeF PvLevelMeterCell::cellSize() const
+{
+    return PvResourceProvider::defaultResourceProvider()->imageSize(m_levelMeterImageID, kUnlit);
+}
+
+void PvLevelMeterCell::calculateInternalsFromCellFrame(const QRectF& frame, PvControl* view)
+{
+    setControlView(view);
+    m_cellFrame = frame;
+}
+
+void PvLevelMeterCell::timerAction(PvTimer*)
+{
+    m_displayLevel -= m_fallBackStep;
+    if (m_level >= m_displayLevel) {
+        if (m_timer)
+            m_timer->stop();
+        m_displayLevel = m_level;
+    }
+    redraw();
+}
+
+void PvLevelMeterCell::maxtimerAction(PvTimer*)
+{
+    m_maxDisplayLevel = 0;
+    redraw();
+}
+
+uint32_t PvLevelMeterCell::litLEDs(uint32_t count, float value)
+{
+    if (count == 0)
+        return 0;
+    const float perLED = 1.0f / float(count);
+    const float lit = std::round(value / perLED); // std::round rounds halves away from zero
+    if (!(lit > 0)) // also NaN
+        return 0;
+    return lit < 4294967296.0f ? uint32_t(lit) : UINT32_MAX;
+}
+
+void PvLevelMeterCell::drawWithFrame(QPainter& painter, const QRectF& frame, PvControl* view)
+{
+    drawInteriorWithFrame(painter, frame, view);
+}
+
+void PvLevelMeterCell::drawInteriorWithFrame(QPainter& painter, const QRectF& cellFrame, PvControl* view)
+{
+    // Meters are drawn many times a second, many at a time: each picture is asked for once
+    // per draw and its parts are copied without further painter state changes.
+    PvResourceProvider* provider = PvResourceProvider::defaultResourceProvider();
+    const QPixmap off = provider->imageForID(m_levelMeterImageID, kUnlit);
+    const QSizeF stripSize = off.isNull() ? QSizeF() : off.deviceIndependentSize();
+    const float W = float(stripSize.width());
+    const float H = float(stripSize.height());
+    const float inset = m_onStateLEDInset;
+    const float L = W - inset; // length of the LED area
+
+    const float d = std::min(1.0f, m_displayLevel);
+    const float m = m_maxDisplayLevel > 1.0f ? 0.0f : m_maxDisplayLevel;
+    calculateInternalsFromCellFrame(cellFrame, view);
+
+    float litLength = 0;
+    float holdEnd = 0;
+    float holdWidth = 0;
+    const uint32_t n = m_LED_count;
+    if (n > 0) {
+        const uint32_t kd = litLEDs(n, d);
+        const uint32_t km = litLEDs(n, m);
+        const float w1 = std::floor(L / float(n));
+        litLength = kd == n ? L : w1 * float(kd);
+        holdWidth = w1;
+        if (km != n) {
+            holdEnd = float(km) * w1;
+        } else {
+            // The last LED takes what the whole LEDs leave over.
+            holdEnd = L;
+            if (int64_t(L) % int64_t(n) != 0)
+                holdWidth = w1 + 1;
+        }
+    } else {
+        litLength = std::round(d * L);
+        holdEnd = std::round(m * L);
+        holdWidth = 2.0f;
+    }
+
+    // In an unflipped control the painter grows upward; draw the pictures upright in the
+    // same place. The strip stands on the bottom edge of the frame.
+    const bool upward = painter.worldTransform().m22() < 0;
+    if (upward)
+        painter.save();
+    const QRectF frame = pv_uprightRect(painter, cellFrame);
+    const qreal x = frame.x();
+    const qreal stripTop = frame.bottom() - H;
+
+    // Copies part (in points of picture) to the same place of the strip standing at
+    // (x, stripTop); parts are clipped to the picture.
+    auto copy = [&painter, x, stripTop](const QPixmap& picture, QRectF part) {
+        part &= QRectF(QPointF(0, 0), picture.deviceIndependentSize());
+        if (part.isEmpty())
+            return;
+        const qreal ratio = picture.devicePixelRatio();
+        painter.drawPixmap(QRectF(QPointF(x, stripTop) + part.topLeft(), part.size()), picture,
+            QRectF(part.topLeft() * ratio, part.size() * ratio));
+    };
+    if (!off.isNull()) {
+        const QPixmap on = provider->imageForID(m_levelMeterImageID, kLit);
+        if (d < 1.0f) {
+            const float s = litLength + (litLength >= 1.0f ? inset : 0.0f);
+            copy(off, QRectF(s, 0, W - s, H));
+        }
+        if (d > 0.0f)
+            copy(on, QRectF(0, 0, litLength + inset, H));
+        if (m > 0.0f && d < 1.0f) {
+            // The lit picture's column at the hold, less the picture's bottom row.
+            const float x0 = holdEnd + inset - holdWidth;
+            copy(on, QRectF(x0, 0, holdWidth, H - 1));
+        }
+    }
+    if (m_peakLEDImageID != kImage_None) {
+        const QPixmap led = provider->imageForID(m_peakLEDImageID, m_peak ? kLit : kUnlit);
+        if (!led.isNull()) {
+            const QSizeF size = led.deviceIndependentSize();
+            painter.drawPixmap(
+                QRectF(QPointF(frame.right() - size.width(), frame.bottom() - size.height()), size), led,
+                QRectF(QPointF(0, 0), QSizeF(led.size())));
+        }
+    }
+    if (upward)
+        painter.restore();
+}
