@@ -129,16 +129,6 @@ QByteArray referenceBomb(int levels)
 
 } // namespace
 
-TEST(CFileRefData, EmptyReferenceIsEightBytes)
-{
-    const QByteArray block = toData(CFileRef());
-    EXPECT_EQ(block, QByteArray(8, 0));
-    CFileRef ref("/tmp/something", 0);
-    QByteArray copy = block;
-    EXPECT_EQ(CFileRefFromData(ref, reinterpret_cast<unsigned char*>(copy.data())), 0);
-    EXPECT_EQ(ref.validFlags(), 0u);
-}
-
 TEST(CFileRefData, BlockLayoutAndRoundTrip)
 {
     QTemporaryDir dir;
@@ -280,8 +270,16 @@ TEST(CFileRefData, WithoutAnItemTheURLPartDecides)
     EXPECT_EQ(restoredPath(block), QString());
 }
 
-TEST(CFileRefData, LengthsBeyondTheBlockRestoreNothing)
+TEST(CFileRefData, EmptyAndShortBlocksRestoreNothing)
 {
+    // An empty reference is eight zero bytes, and restoring them empties a reference.
+    QByteArray empty = toData(CFileRef());
+    EXPECT_EQ(empty, QByteArray(8, 0));
+    CFileRef emptied("/tmp/something", 0);
+    EXPECT_EQ(CFileRefFromData(emptied, reinterpret_cast<unsigned char*>(empty.data())), 0);
+    EXPECT_EQ(emptied.validFlags(), 0u);
+
+    // Lengths beyond the block restore nothing.
     const QByteArray archived = urlArchive("file:///tmp/x.wav");
     QByteArray block = header(0, uint32_t(archived.size())) + archived;
     CFileRef ref;
