@@ -600,8 +600,9 @@ TEST(SampleReaders, EdgeValues)
 
 // ---- selectors, clearers, counts ------------------------------------------------------
 
-// The regular rows are used by every read and write of the file tests; here the ones
-// those do not reach, any non-zero swap argument, and the fallbacks.
+// The regular rows serve every read and write of the file and tool tests (the tool's
+// conversion matrix reads and writes every depth in both orders); here the rows those
+// do not reach, any non-zero swap argument, and the fallbacks.
 TEST(SampleSelectors, TablesAndFallbacks)
 {
     const tConvertNToFloat readNothing = ConvertNothing;
