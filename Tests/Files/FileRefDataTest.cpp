@@ -350,7 +350,8 @@ TEST(FileAlias, PathsErrorsAndRelativeResolution)
 }
 
 // A second volume that is mounted elsewhere later: the alias finds the file on it, and
-// an FSSpec with the old volume number finds the new volume. Mounting needs a mount
+// an FSSpec with the old volume number finds the new volume (how volumes are named and
+// numbered is the catalog test's part). Mounting needs a mount
 // namespace of our own, so this runs in a child process.
 TEST(CFileRefData, VolumeMountedElsewhere)
 {
@@ -378,16 +379,8 @@ TEST(CFileRefData, VolumeMountedElsewhere)
         FSSpec fsSpec;
         if (!ref.GetFSSpec(&fsSpec))
             fail("FSSpec on the new volume");
-        PvVolumeInfo volume;
-        if (PvCatalog::VolumeInfoByRefNum(fsSpec.vRefNum, &volume) != noErr
-            || volume.name != QLatin1String("Drums") || volume.mountPoint != first)
-            fail("the volume is named after its mount point");
         if (fsSpec.vRefNum == PvCatalog::DefaultVolume())
             fail("a volume number of its own");
-        CFileRef folder(first + QStringLiteral("/Kit"), kPathStylePOSIX, 1);
-        FSSpec folderSpec;
-        if (!folder.GetFSSpec(&folderSpec) || folderSpec.parID != 2)
-            fail("a folder in the volume's root has parent 2");
         const QByteArray block = toData(ref);
         if (mount(QFile::encodeName(first).constData(), QFile::encodeName(second).constData(), nullptr,
                 MS_MOVE, nullptr)
