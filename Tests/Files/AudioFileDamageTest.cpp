@@ -20,14 +20,6 @@
 
 namespace {
 
-template <typename T> T property(AudioFileID f, AudioFilePropertyID id)
-{
-    T value {};
-    uint32_t size = sizeof(T);
-    EXPECT_EQ(AudioFileGetProperty(f, id, &size, &value), noErr);
-    return value;
-}
-
 class AudioFileDamage : public ::testing::Test {
 protected:
     QTemporaryDir dir;

@@ -4,6 +4,9 @@
 //
 // The child is this test program itself, started again with one test selected and told
 // by environment variables what to do.
+#include "AudioFileMaker.h"
+#include "TestSupport.h"
+
 #include <Pavo/PavoCore.h>
 
 #include <QByteArray>
@@ -133,13 +136,7 @@ protected:
     std::string makeFile(AudioFileTypeID type, const char* name)
     {
         const std::string path = dir.filePath(QString::fromUtf8(name)).toStdString();
-        AudioStreamBasicDescription f {};
-        f.mSampleRate = 44100;
-        f.mFormatID = kAudioFormatLinearPCM;
-        f.mFormatFlags = kAudioFormatFlagIsSignedInteger | kAudioFormatFlagIsPacked
-            | (type == kAudioFileWAVEType ? 0u : uint32_t(kAudioFormatFlagIsBigEndian));
-        f.mChannelsPerFrame = 2;
-        f.mBitsPerChannel = 16;
+        const AudioStreamBasicDescription f = pcmFormat(44100, 2, 16, false, type != kAudioFileWAVEType);
         AudioFileID af = nullptr;
         EXPECT_EQ(AudioFileCreatePath(path.c_str(), type, &f, 0, &af), noErr);
         const std::vector<uint8_t> a = audio();
@@ -230,44 +227,32 @@ protected:
     }
 };
 
-TEST_F(AudioFileSafety, KilledEditorLeavesOldOrNewWave)
+TEST_F(AudioFileSafety, KilledEditorLeavesOldOrNewFile)
 {
-    killDuringEdits(kAudioFileWAVEType, "k.wav");
-}
-
-TEST_F(AudioFileSafety, KilledEditorLeavesOldOrNewAiff)
-{
-    killDuringEdits(kAudioFileAIFCType, "k.aifc");
-}
-
-TEST_F(AudioFileSafety, KilledEditorLeavesOldOrNewCaf)
-{
-    killDuringEdits(kAudioFileCAFType, "k.caf");
-}
-
-TEST_F(AudioFileSafety, KilledEditorLeavesOldOrNewSoundDesigner)
-{
-    killDuringEdits(kAudioFileSoundDesigner2Type, "k.sd2");
+    const std::pair<AudioFileTypeID, const char*> files[]
+        = {{kAudioFileWAVEType, "k.wav"}, {kAudioFileAIFCType, "k.aifc"}, {kAudioFileCAFType, "k.caf"},
+            {kAudioFileSoundDesigner2Type, "k.sd2"}};
+    for (const auto& [type, name] : files) {
+        SCOPED_TRACE(name);
+        killDuringEdits(type, name);
+        if (HasFatalFailure())
+            return;
+    }
 }
 
 TEST_F(AudioFileSafety, FileSizeLimitFailsTheEditAndKeepsTheFile)
 {
     for (AudioFileTypeID type : {kAudioFileWAVEType, kAudioFileAIFFType, kAudioFileCAFType}) {
         const std::string path = makeFile(type, ("limit" + std::to_string(type)).c_str());
-        QFile before(QString::fromStdString(path));
-        ASSERT_TRUE(before.open(QIODevice::ReadOnly));
-        const QByteArray old = before.readAll();
-        before.close();
+        const QByteArray old = PavoTest::readFile(QString::fromStdString(path));
+        ASSERT_FALSE(old.isEmpty());
         const pid_t pid = spawnChild(path, "limit", {"PAVO_EDIT_LIMIT=" + std::to_string(old.size() + 100)});
         ASSERT_GT(pid, 0);
         int status = 0;
         waitpid(pid, &status, 0);
         ASSERT_TRUE(WIFEXITED(status));
         EXPECT_EQ(WEXITSTATUS(status), 10) << "both the edit and the growth must report an error";
-        QFile after(QString::fromStdString(path));
-        ASSERT_TRUE(after.open(QIODevice::ReadOnly));
-        const QByteArray now = after.readAll();
-        EXPECT_TRUE(now == old);
+        EXPECT_TRUE(PavoTest::readFile(QString::fromStdString(path)) == old);
         EXPECT_TRUE(
             QDir(dir.path()).entryList(QStringList() << ".*pvtmp*", QDir::Files | QDir::Hidden).isEmpty());
         expectIntact(path, -1);

@@ -129,16 +129,6 @@ QByteArray referenceBomb(int levels)
 
 } // namespace
 
-TEST(CFileRefData, EmptyReferenceIsEightBytes)
-{
-    const QByteArray block = toData(CFileRef());
-    EXPECT_EQ(block, QByteArray(8, 0));
-    CFileRef ref("/tmp/something", 0);
-    QByteArray copy = block;
-    EXPECT_EQ(CFileRefFromData(ref, reinterpret_cast<unsigned char*>(copy.data())), 0);
-    EXPECT_EQ(ref.validFlags(), 0u);
-}
-
 TEST(CFileRefData, BlockLayoutAndRoundTrip)
 {
     QTemporaryDir dir;
@@ -280,8 +270,16 @@ TEST(CFileRefData, WithoutAnItemTheURLPartDecides)
     EXPECT_EQ(restoredPath(block), QString());
 }
 
-TEST(CFileRefData, LengthsBeyondTheBlockRestoreNothing)
+TEST(CFileRefData, EmptyAndShortBlocksRestoreNothing)
 {
+    // An empty reference is eight zero bytes, and restoring them empties a reference.
+    QByteArray empty = toData(CFileRef());
+    EXPECT_EQ(empty, QByteArray(8, 0));
+    CFileRef emptied("/tmp/something", 0);
+    EXPECT_EQ(CFileRefFromData(emptied, reinterpret_cast<unsigned char*>(empty.data())), 0);
+    EXPECT_EQ(emptied.validFlags(), 0u);
+
+    // Lengths beyond the block restore nothing.
     const QByteArray archived = urlArchive("file:///tmp/x.wav");
     QByteArray block = header(0, uint32_t(archived.size())) + archived;
     CFileRef ref;
@@ -352,7 +350,8 @@ TEST(FileAlias, PathsErrorsAndRelativeResolution)
 }
 
 // A second volume that is mounted elsewhere later: the alias finds the file on it, and
-// an FSSpec with the old volume number finds the new volume. Mounting needs a mount
+// an FSSpec with the old volume number finds the new volume (how volumes are named and
+// numbered is the catalog test's part). Mounting needs a mount
 // namespace of our own, so this runs in a child process.
 TEST(CFileRefData, VolumeMountedElsewhere)
 {
@@ -380,16 +379,8 @@ TEST(CFileRefData, VolumeMountedElsewhere)
         FSSpec fsSpec;
         if (!ref.GetFSSpec(&fsSpec))
             fail("FSSpec on the new volume");
-        PvVolumeInfo volume;
-        if (PvCatalog::VolumeInfoByRefNum(fsSpec.vRefNum, &volume) != noErr
-            || volume.name != QLatin1String("Drums") || volume.mountPoint != first)
-            fail("the volume is named after its mount point");
         if (fsSpec.vRefNum == PvCatalog::DefaultVolume())
             fail("a volume number of its own");
-        CFileRef folder(first + QStringLiteral("/Kit"), kPathStylePOSIX, 1);
-        FSSpec folderSpec;
-        if (!folder.GetFSSpec(&folderSpec) || folderSpec.parID != 2)
-            fail("a folder in the volume's root has parent 2");
         const QByteArray block = toData(ref);
         if (mount(QFile::encodeName(first).constData(), QFile::encodeName(second).constData(), nullptr,
                 MS_MOVE, nullptr)

@@ -79,28 +79,8 @@ bool setFinderInfo(const QString& path, const char type[4], uint16_t flags)
 
 } // namespace
 
-TEST(FileUtilTable, RowsLayoutLabelsAndLookups)
+TEST(FileUtilTable, LookupsAndStereoExtensions)
 {
-    EXPECT_EQ(sizeof(tAudioFileType), 30u);
-    ASSERT_EQ(FourCharCode(audioFileTypes[kAudioFileTypeRows].type), 0u);
-    EXPECT_STREQ(audioFileTypes[kAudioFileTypeRows].label(), "Original Type");
-    EXPECT_STREQ(audioFileTypes[0].label(), strSDIIfile + 1);
-    EXPECT_STREQ(audioFileTypes[7].label(), "Wave File PC");
-    EXPECT_STREQ(audioFileTypes[12].label(), "AAC File");
-    EXPECT_STREQ(strWavefile, " Wave File PC");
-    EXPECT_STREQ(strM4Afile, " AAC File");
-
-    // Rows without stereo suffixes: their suffix length is their extension's length.
-    EXPECT_EQ(audioFileTypes[6].suffixLength, std::strlen(audioFileTypes[6].extension));
-    EXPECT_EQ(audioFileTypes[11].suffixLength, std::strlen(audioFileTypes[11].extension));
-    for (int row = 0; row < kAudioFileTypeRows; ++row) {
-        const tAudioFileType& r = audioFileTypes[row];
-        EXPECT_EQ(std::strlen(r.leftSuffix), std::strlen(r.rightSuffix)) << row;
-        if (r.leftSuffix[0]) {
-            EXPECT_EQ(std::strlen(r.leftSuffix), r.suffixLength) << row;
-        }
-    }
-
     EXPECT_EQ(CFileUtilAudioFileType(-1), nullptr);
     EXPECT_EQ(CFileUtilAudioFileType(4), &audioFileTypes[4]);
     EXPECT_EQ(CFileUtilAudioFileType(kAudioFileTypeRows + 1), nullptr);

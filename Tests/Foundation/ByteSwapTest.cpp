@@ -27,7 +27,7 @@ protected:
 
 } // namespace
 
-TEST_F(ByteSwap, FieldCodesReverseAndAdvanceAsTabulated)
+TEST_F(ByteSwap, FieldCodesSwapAsTabulatedAdvanceAndUndoThemselves)
 {
     struct Row {
         int code;
@@ -55,19 +55,11 @@ TEST_F(ByteSwap, FieldCodesReverseAndAdvanceAsTabulated)
     };
     for (const Row& row : rows) {
         Bytes b = counting(row.size + 4);
-        void* end = IntelSwap(b.data(), row.code);
-        EXPECT_EQ(end, b.data() + row.size) << "code " << row.code;
-        EXPECT_EQ(Bytes(b.begin(), b.begin() + long(row.size)), row.expected) << "code " << row.code;
-        // Nothing after the field is touched.
-        EXPECT_EQ(b[row.size], row.size + 1) << "code " << row.code;
-        // A second application restores the bytes.
         IntelSwap(b.data(), row.code);
-        EXPECT_EQ(b, counting(row.size + 4)) << "code " << row.code;
+        b.resize(row.size);
+        EXPECT_EQ(b, row.expected) << "code " << row.code;
     }
-}
-
-TEST_F(ByteSwap, EveryCodeAdvancesByItsSizeAndUndoesItself)
-{
+    // Every code advances by its size, touches nothing after the field, and undoes itself.
     auto sizeOf = [](int code) -> size_t {
         static const size_t sizes[22]
             = {1, 1, 1, 1, 2, 3, 4, 4, 8, 12, 16, 8, 16, 24, 32, 2, 4, 6, 8, 6, 16, 2};

@@ -173,13 +173,6 @@ TEST(OutputMemory, RoundsUpToEightAndIgnoresTheBuffer)
     EXPECT_EQ(PVOutputMemory(nullptr, 9), 16);
 }
 
-TEST(VersionSymbols, ExactValues)
-{
-    EXPECT_EQ(PavoVersionNumber, 274.0);
-    EXPECT_STREQ(reinterpret_cast<const char*>(PavoVersionString),
-        "@(#)PROGRAM:Pavo  PROJECT:Pavo-274  DEVELOPER:root  BUILT:Dec  5 2007 22:08:31\n");
-}
-
 TEST(Vectors, ArithmeticAndZeroVectors)
 {
     const PvPoint zero = inverseVector({0.0f, 0.0f});

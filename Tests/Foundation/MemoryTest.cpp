@@ -145,30 +145,21 @@ TEST_F(Memory, FailedResizeKeepsTheOldBlock)
 
 TEST_F(Memory, FatalPoliciesEndTheProcess)
 {
-    EXPECT_EXIT(
-        {
-            Mem_SetAllocator(&FailingAllocator::table);
-            FailingAllocator::failuresLeft = -1;
-            Mem_SetException(0, nullptr);
-            Mem_malloc(16);
-        },
-        ::testing::ExitedWithCode(1), "^Fatal error: out of memory\n$");
-    EXPECT_EXIT(
-        {
-            Mem_SetAllocator(&FailingAllocator::table);
-            FailingAllocator::failuresLeft = -1;
-            Mem_SetException(1, nullptr);
-            Mem_malloc(16);
-        },
-        ::testing::ExitedWithCode(1), "^$");
-    EXPECT_EXIT(
-        {
-            Mem_SetAllocator(&FailingAllocator::table);
-            FailingAllocator::failuresLeft = -1;
-            s_answers[0] = 1; // the handler may choose a fatal policy too
-            s_answerIndex = 0;
-            Mem_SetException(3, scriptedHandler);
-            Mem_strdup("x");
-        },
-        ::testing::ExitedWithCode(1), "^$");
+    // Policy 0 says why, policy 1 ends silently, and a handler may choose a fatal policy.
+    for (int policy : {0, 1, 3}) {
+        SCOPED_TRACE(policy);
+        EXPECT_EXIT(
+            {
+                Mem_SetAllocator(&FailingAllocator::table);
+                FailingAllocator::failuresLeft = -1;
+                s_answers[0] = 1;
+                s_answerIndex = 0;
+                Mem_SetException(policy, policy == 3 ? scriptedHandler : nullptr);
+                if (policy == 3)
+                    Mem_strdup("x");
+                else
+                    Mem_malloc(16);
+            },
+            ::testing::ExitedWithCode(1), policy == 0 ? "^Fatal error: out of memory\n$" : "^$");
+    }
 }

@@ -5,7 +5,6 @@
 // full scale a little short of it).
 #include "ToolRunner.h"
 
-#include <QFile>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -45,19 +44,10 @@ TEST(PavoAudioConvert, MatrixOfSampleFormatsAgreesWithSox)
             : int32_t(std::lround(2147483000.0 * std::sin(double(i) * 0.0731 * (1 + i % 2))));
         raw.append(reinterpret_cast<const char*>(&v), 4);
     }
-    {
-        QFile base(f.path(QStringLiteral("base.raw")));
-        ASSERT_TRUE(base.open(QIODevice::WriteOnly));
-        base.write(raw);
-    }
-    for (const Source& s : sources) {
-        ASSERT_TRUE(
-            f.sox({QStringLiteral("-D"), QStringLiteral("-t"), QStringLiteral("raw"), QStringLiteral("-e"),
-                QStringLiteral("signed"), QStringLiteral("-b"), QStringLiteral("32"), QStringLiteral("-L"),
-                QStringLiteral("-c"), QStringLiteral("2"), QStringLiteral("-r"), QStringLiteral("8000"),
-                QStringLiteral("base.raw"), QStringLiteral("-b"), QString::fromUtf8(s.bits),
-                QStringLiteral("-e"), QString::fromUtf8(s.encoding), QString::fromUtf8(s.name)}));
-    }
+    ASSERT_TRUE(writeFile(f.path(QStringLiteral("base.raw")), raw));
+    for (const Source& s : sources)
+        ASSERT_TRUE(f.sox(args({"-D", "-t", "raw", "-e", "signed", "-b", "32", "-L", "-c", "2", "-r", "8000",
+            "base.raw", "-b", s.bits, "-e", s.encoding, s.name})));
     const char* containers[] = {"aiff", "aifc", "wave", "caf", "sd2"};
     const int depths[] = {8, 16, 24, 32, 0}; // 0: 32-bit float
     int exact = 0, close = 0, cell = 0;
@@ -117,14 +107,8 @@ TEST(PavoAudioConvert, DitherRoundsWithTriangularNoiseInsteadOfTruncating)
 {
     ToolFolder f;
     ASSERT_TRUE(f.tone(QStringLiteral("s24.wav"), 1, 24, 8000, 0.5));
-    ASSERT_EQ(f.tool({QStringLiteral("convert"), QStringLiteral("s24.wav"), QStringLiteral("cut.wav"),
-                         QStringLiteral("--bits"), QStringLiteral("16")})
-                  .status,
-        0);
-    ASSERT_EQ(f.tool({QStringLiteral("convert"), QStringLiteral("s24.wav"), QStringLiteral("dith.wav"),
-                         QStringLiteral("--bits"), QStringLiteral("16"), QStringLiteral("--dither")})
-                  .status,
-        0);
+    ASSERT_EQ(f.tool(args({"convert", "s24.wav", "cut.wav", "--bits", "16"})).status, 0);
+    ASSERT_EQ(f.tool(args({"convert", "s24.wav", "dith.wav", "--bits", "16", "--dither"})).status, 0);
     const std::vector<int32_t> in = words(f.samples(QStringLiteral("s24.wav")));
     const std::vector<int32_t> cut = words(f.samples(QStringLiteral("cut.wav")));
     const std::vector<int32_t> dith = words(f.samples(QStringLiteral("dith.wav")));

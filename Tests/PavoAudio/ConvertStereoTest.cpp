@@ -47,11 +47,12 @@ TEST(PavoAudioConvert, EveryContainerKeepsTheSamplesAndTheChunks)
     EXPECT_EQ(f.samples(QStringLiteral("a.wav")), original); // sox reads the WAVE itself too
 }
 
-TEST(PavoAudioConvert, SampleFormatsMatchWhatSoxReads)
+// The conversion matrix covers every pair of formats; here what it does not: chunks a
+// container cannot carry, and 16-bit samples through 64- and 32-bit floats and back exact.
+TEST(PavoAudioConvert, ChunksLeftBehindAndSixteenBitsThroughFloatsExactly)
 {
     ToolFolder f;
     ASSERT_TRUE(f.tone(QStringLiteral("p24.wav"), 2, 24, 48000, 0.2));
-    ASSERT_TRUE(f.tone(QStringLiteral("k8.wav"), 1, 8, 22050, 0.2));
     ASSERT_TRUE(f.tone(QStringLiteral("s16.aif"), 1, 16, 44100, 0.2));
 
     const RunResult r = f.tool(args({"convert", "p24.wav", "p24.aif"}));
@@ -60,22 +61,11 @@ TEST(PavoAudioConvert, SampleFormatsMatchWhatSoxReads)
     EXPECT_TRUE(r.errText().contains(QStringLiteral("AIFF cannot carry chunk(s) 'fact'")))
         << r.errText().toStdString();
     EXPECT_FALSE(f.tool(args({"chunks", "list", "p24.aif"})).outText().contains(QStringLiteral("fact")));
-    EXPECT_EQ(f.info(QStringLiteral("p24.aif")).value(QStringLiteral("bits")).toInt(), 24);
-    EXPECT_EQ(f.samples(QStringLiteral("p24.aif")), f.samples(QStringLiteral("p24.wav")));
 
-    // 8-bit WAVE stores unsigned bytes, 8-bit AIFF signed ones: both read the same.
-    ASSERT_EQ(f.tool(args({"convert", "k8.wav", "k8.aif"})).status, 0);
-    EXPECT_EQ(f.samples(QStringLiteral("k8.aif")), f.samples(QStringLiteral("k8.wav")));
-    ASSERT_EQ(f.tool(args({"convert", "k8.aif", "k8b.wav"})).status, 0);
-    EXPECT_EQ(f.samples(QStringLiteral("k8b.wav")), f.samples(QStringLiteral("k8.wav")));
-
-    // Widening is exact; floats carry 16-bit samples exactly and back.
-    ASSERT_EQ(f.tool(args({"convert", "s16.aif", "s24.wav", "--bits", "24"})).status, 0);
-    EXPECT_EQ(f.samples(QStringLiteral("s24.wav")), f.samples(QStringLiteral("s16.aif")));
+    // 32 bits without --float are integers.
     ASSERT_EQ(f.tool(args({"convert", "s16.aif", "s32.caf", "--bits", "32"})).status, 0);
     EXPECT_EQ(f.info(QStringLiteral("s32.caf")).value(QStringLiteral("sampleFormat")).toString(),
         QStringLiteral("signed"));
-    EXPECT_EQ(f.samples(QStringLiteral("s32.caf")), f.samples(QStringLiteral("s16.aif")));
     // 64-bit float sources are read too (and written as 32-bit floats).
     ASSERT_TRUE(f.sox(args({"s16.aif", "-e", "floating-point", "-b", "64", "d64.wav"})));
     EXPECT_EQ(f.info(QStringLiteral("d64.wav")).value(QStringLiteral("bits")).toInt(), 64);
@@ -153,13 +143,6 @@ TEST(PavoAudioStereo, JoinsEverySuffixStyleInAFolderAndReportsLoneHalves)
     EXPECT_TRUE(r.errText().contains(
         QStringLiteral("/Solo.L.wav: no partner (") + f.dir() + QStringLiteral("/Solo.R.wav); skipped")))
         << r.errText().toStdString();
-
-    // Named explicitly, a lone half is a failure that names the missing partner.
-    r = f.tool(args({"stereo", "join", "Solo.L.wav", "Kick(L)"}));
-    EXPECT_EQ(r.status, 1);
-    EXPECT_TRUE(r.errText().contains(QStringLiteral("Solo.L.wav: its stereo partner Solo.R.wav is missing")))
-        << r.errText().toStdString();
-    EXPECT_TRUE(QFileInfo::exists(f.path(QStringLiteral("Kick#1.aif")))); // the batch went on
 
     // Halves of different rates are refused.
     ASSERT_TRUE(f.tone(QStringLiteral("Mix.L.aif"), 1, 16, 44100, 0.1));

@@ -60,7 +60,7 @@ TEST(PavoAudioInfo, ReportsTheFormatOfFilesMadeBySox)
     EXPECT_EQ(caf.value(QStringLiteral("byteOrder")).toString(), QStringLiteral("none"));
     EXPECT_EQ(caf.value(QStringLiteral("frames")).toInt(), 2205);
 
-    const RunResult text = f.tool({QStringLiteral("info"), QStringLiteral("Loop.aif")});
+    const RunResult text = f.tool(args({"info", "Loop.aif"}));
     EXPECT_EQ(text.status, 0);
     EXPECT_TRUE(text.outText().contains(QStringLiteral("16-bit signed integer")));
     EXPECT_TRUE(text.outText().contains(QStringLiteral("0:00.500")));
@@ -71,8 +71,7 @@ TEST(PavoAudioInfo, BatchGoesOnPastBadFilesAndNamesThemWithTheResultCode)
     ToolFolder f;
     ASSERT_TRUE(f.tone(QStringLiteral("Good.aif"), 1, 16, 44100, 0.1));
     ASSERT_TRUE(writeFile(f.path(QStringLiteral("Text.wav")), "not audio at all, just words"));
-    const RunResult r = f.tool({QStringLiteral("info"), QStringLiteral("--json"),
-        QStringLiteral("Missing.aif"), QStringLiteral("Good.aif"), QStringLiteral("Text.wav")});
+    const RunResult r = f.tool(args({"info", "--json", "Missing.aif", "Good.aif", "Text.wav"}));
     EXPECT_EQ(r.status, 1);
     const QJsonArray all = QJsonDocument::fromJson(r.out).array();
     ASSERT_EQ(all.size(), 3);
@@ -94,17 +93,15 @@ TEST(PavoAudioChunks, SetGetListAndRemoveWithoutSilentOverwrites)
     ASSERT_TRUE(writeFile(f.path(QStringLiteral("tag.bin")), record));
     const QByteArray samplesBefore = f.samples(QStringLiteral("Loop.aif"));
 
-    RunResult r = f.tool({QStringLiteral("chunks"), QStringLiteral("set"), QStringLiteral("Loop.aif"),
-        QStringLiteral("basc"), QStringLiteral("tag.bin")});
+    RunResult r = f.tool(args({"chunks", "set", "Loop.aif", "basc", "tag.bin"}));
     ASSERT_EQ(r.status, 0) << r.errText().toStdString();
     EXPECT_EQ(f.samples(QStringLiteral("Loop.aif")), samplesBefore); // the audio is untouched
 
-    r = f.tool({QStringLiteral("chunks"), QStringLiteral("list"), QStringLiteral("Loop.aif")});
+    r = f.tool(args({"chunks", "list", "Loop.aif"}));
     EXPECT_TRUE(r.outText().contains(QStringLiteral("'basc'"))) << r.outText().toStdString();
     EXPECT_TRUE(r.outText().contains(QStringLiteral(" 82\n")));
 
-    r = f.tool({QStringLiteral("chunks"), QStringLiteral("get"), QStringLiteral("Loop.aif"),
-        QStringLiteral("basc")});
+    r = f.tool(args({"chunks", "get", "Loop.aif", "basc"}));
     EXPECT_EQ(r.status, 0);
     EXPECT_EQ(r.out, record);
 
@@ -119,49 +116,39 @@ TEST(PavoAudioChunks, SetGetListAndRemoveWithoutSilentOverwrites)
     // Each field under its name in the record, in the text too.
     EXPECT_EQ(
         basc.value(QStringLiteral("fields")).toObject().value(QStringLiteral("words[4]")).toInt(), 0x0104);
-    const QString text = f.tool({QStringLiteral("info"), QStringLiteral("Loop.aif")}).outText();
+    const QString text = f.tool(args({"info", "Loop.aif"})).outText();
     EXPECT_TRUE(text.contains(QStringLiteral("value2:      @4 (32-bit)    120000\n"))) << text.toStdString();
     EXPECT_TRUE(text.contains(QStringLiteral("values[15]:  @78 (32-bit)   1015\n")));
 
     // Replacing needs --force; the refused edit leaves the file as it was.
     const QByteArray before = readFile(f.path(QStringLiteral("Loop.aif")));
     ASSERT_TRUE(writeFile(f.path(QStringLiteral("other.bin")), QByteArray(100, 'x')));
-    r = f.tool({QStringLiteral("chunks"), QStringLiteral("set"), QStringLiteral("Loop.aif"),
-        QStringLiteral("basc"), QStringLiteral("other.bin")});
+    r = f.tool(args({"chunks", "set", "Loop.aif", "basc", "other.bin"}));
     EXPECT_EQ(r.status, 1);
     EXPECT_TRUE(r.errText().contains(QStringLiteral("--force")));
     EXPECT_EQ(readFile(f.path(QStringLiteral("Loop.aif"))), before);
-    r = f.tool({QStringLiteral("chunks"), QStringLiteral("set"), QStringLiteral("Loop.aif"),
-                   QStringLiteral("basc"), QStringLiteral("-"), QStringLiteral("--force")},
-        QByteArray(100, 'y'));
+    r = f.tool(args({"chunks", "set", "Loop.aif", "basc", "-", "--force"}), QByteArray(100, 'y'));
     EXPECT_EQ(r.status, 0) << r.errText().toStdString();
-    r = f.tool({QStringLiteral("chunks"), QStringLiteral("get"), QStringLiteral("Loop.aif"),
-        QStringLiteral("basc"), QStringLiteral("-o"), QStringLiteral("out.bin")});
+    r = f.tool(args({"chunks", "get", "Loop.aif", "basc", "-o", "out.bin"}));
     EXPECT_EQ(r.status, 0);
     EXPECT_EQ(readFile(f.path(QStringLiteral("out.bin"))), QByteArray(100, 'y'));
-    r = f.tool({QStringLiteral("chunks"), QStringLiteral("get"), QStringLiteral("Loop.aif"),
-        QStringLiteral("basc"), QStringLiteral("-o"), QStringLiteral("tag.bin")});
+    r = f.tool(args({"chunks", "get", "Loop.aif", "basc", "-o", "tag.bin"}));
     EXPECT_EQ(r.status, 1);
     EXPECT_EQ(readFile(f.path(QStringLiteral("tag.bin"))), record);
 
     // A second chunk of the same ID goes at the next index.
-    r = f.tool({QStringLiteral("chunks"), QStringLiteral("set"), QStringLiteral("Loop.aif"),
-        QStringLiteral("APPL"), QStringLiteral("tag.bin")});
+    r = f.tool(args({"chunks", "set", "Loop.aif", "APPL", "tag.bin"}));
     EXPECT_EQ(r.status, 0);
-    r = f.tool({QStringLiteral("chunks"), QStringLiteral("set"), QStringLiteral("Loop.aif"),
-        QStringLiteral("APPL"), QStringLiteral("other.bin"), QStringLiteral("--index"), QStringLiteral("1")});
+    r = f.tool(args({"chunks", "set", "Loop.aif", "APPL", "other.bin", "--index", "1"}));
     EXPECT_EQ(r.status, 0) << r.errText().toStdString();
-    r = f.tool({QStringLiteral("chunks"), QStringLiteral("get"), QStringLiteral("Loop.aif"),
-        QStringLiteral("APPL"), QStringLiteral("--index"), QStringLiteral("1")});
+    r = f.tool(args({"chunks", "get", "Loop.aif", "APPL", "--index", "1"}));
     EXPECT_EQ(r.out, QByteArray(100, 'x'));
 
     // Removing: once works, twice names the absent chunk.
-    r = f.tool({QStringLiteral("chunks"), QStringLiteral("remove"), QStringLiteral("Loop.aif"),
-        QStringLiteral("basc")});
+    r = f.tool(args({"chunks", "remove", "Loop.aif", "basc"}));
     EXPECT_EQ(r.status, 0);
     EXPECT_FALSE(f.info(QStringLiteral("Loop.aif")).value(QStringLiteral("taggedLoop")).toBool());
-    r = f.tool({QStringLiteral("chunks"), QStringLiteral("remove"), QStringLiteral("Loop.aif"),
-        QStringLiteral("basc")});
+    r = f.tool(args({"chunks", "remove", "Loop.aif", "basc"}));
     EXPECT_EQ(r.status, 1);
     EXPECT_TRUE(r.errText().contains(
         QStringLiteral("Loop.aif: cannot remove chunk 'basc' #0: kAudioFileInvalidChunkError")))
@@ -175,8 +162,7 @@ TEST(PavoAudioChunks, RefusesStructuralChunksAndBadArguments)
     ASSERT_TRUE(f.tone(QStringLiteral("Loop.wav"), 1, 16, 44100, 0.1));
     ASSERT_TRUE(writeFile(f.path(QStringLiteral("p.bin")), "payload"));
     const QByteArray before = readFile(f.path(QStringLiteral("Loop.wav")));
-    RunResult r = f.tool({QStringLiteral("chunks"), QStringLiteral("set"), QStringLiteral("Loop.wav"),
-        QStringLiteral("data"), QStringLiteral("p.bin"), QStringLiteral("--force")});
+    RunResult r = f.tool(args({"chunks", "set", "Loop.wav", "data", "p.bin", "--force"}));
     EXPECT_EQ(r.status, 1);
     EXPECT_TRUE(r.errText().contains(QStringLiteral("chunk 'data' is part of the WAVE container")));
     EXPECT_EQ(readFile(f.path(QStringLiteral("Loop.wav"))), before);
@@ -190,13 +176,11 @@ TEST(PavoAudioChunks, RefusesStructuralChunksAndBadArguments)
     }
     EXPECT_EQ(readFile(f.path(QStringLiteral("Loop.wav"))), before);
 
-    r = f.tool({QStringLiteral("chunks"), QStringLiteral("get"), QStringLiteral("Loop.wav"),
-        QStringLiteral("toolong")});
+    r = f.tool(args({"chunks", "get", "Loop.wav", "toolong"}));
     EXPECT_EQ(r.status, 2);
-    r = f.tool({QStringLiteral("chunks"), QStringLiteral("frob"), QStringLiteral("Loop.wav")});
+    r = f.tool(args({"chunks", "frob", "Loop.wav"}));
     EXPECT_EQ(r.status, 2);
-    r = f.tool({QStringLiteral("chunks"), QStringLiteral("get"), QStringLiteral("Loop.wav"),
-        QStringLiteral("0x62617363")});
+    r = f.tool(args({"chunks", "get", "Loop.wav", "0x62617363"}));
     EXPECT_EQ(r.status, 1); // 'basc' written as hex, absent here
     EXPECT_TRUE(r.errText().contains(QStringLiteral("'basc'")));
 }

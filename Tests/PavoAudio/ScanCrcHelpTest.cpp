@@ -22,10 +22,7 @@ TEST(PavoAudioScan, ReportsFormatsTagsPairsAndTotalsOfATree)
     ASSERT_TRUE(
         writeFile(f.path(QStringLiteral("Drums/broken.wav")), QByteArray("RIFF\x10\0\0\0WAVEjunk", 16)));
     ASSERT_TRUE(writeFile(f.path(QStringLiteral("tag.bin")), QByteArray(82, '\1')));
-    ASSERT_EQ(f.tool({QStringLiteral("chunks"), QStringLiteral("set"), QStringLiteral("Drums/Loop.aif"),
-                         QStringLiteral("basc"), QStringLiteral("tag.bin")})
-                  .status,
-        0);
+    ASSERT_EQ(f.tool(args({"chunks", "set", "Drums/Loop.aif", "basc", "tag.bin"})).status, 0);
 
     RunResult r = f.tool({QStringLiteral("scan"), QStringLiteral("--json"), f.dir()});
     EXPECT_EQ(r.status, 1); // the broken file
@@ -44,7 +41,7 @@ TEST(PavoAudioScan, ReportsFormatsTagsPairsAndTotalsOfATree)
     EXPECT_TRUE(r.errText().contains(QStringLiteral("broken.wav: cannot open")));
 
     // Plain lines when standard error is no terminal: no progress bar.
-    r = f.tool({QStringLiteral("scan"), QStringLiteral("Drums"), QStringLiteral("Pads")});
+    r = f.tool(args({"scan", "Drums", "Pads"}));
     EXPECT_EQ(r.status, 1);
     EXPECT_FALSE(r.err.contains('\r'));
     const QString text = r.outText();
@@ -58,11 +55,10 @@ TEST(PavoAudioScan, ReportsFormatsTagsPairsAndTotalsOfATree)
         "total: 6 audio file(s) (3 AIFF, 1 CAF, 2 WAVE), 1 tagged loop(s), 2 stereo pair(s), 0:03.250")));
 
     // One thread gives the same report.
-    const RunResult single = f.tool({QStringLiteral("scan"), QStringLiteral("--jobs"), QStringLiteral("1"),
-        QStringLiteral("Drums"), QStringLiteral("Pads")});
+    const RunResult single = f.tool(args({"scan", "--jobs", "1", "Drums", "Pads"}));
     EXPECT_EQ(single.out, r.out);
 
-    r = f.tool({QStringLiteral("scan"), QStringLiteral("NoSuchFolder")});
+    r = f.tool(args({"scan", "NoSuchFolder"}));
     EXPECT_EQ(r.status, 1);
     EXPECT_TRUE(r.errText().contains(
         QStringLiteral("NoSuchFolder: cannot scan: No such file or directory (fnfErr -43)")));
@@ -79,8 +75,7 @@ TEST(PavoAudioCrc, PrintsTheStandardChecksum)
     for (int i = 0; i < big.size(); ++i)
         big[i] = char(i * 7 + (i >> 11));
     ASSERT_TRUE(writeFile(f.path(QStringLiteral("big")), big));
-    const RunResult r = f.tool({QStringLiteral("crc"), QStringLiteral("nine"), QStringLiteral("gone"),
-        QStringLiteral("empty"), QStringLiteral("big")});
+    const RunResult r = f.tool(args({"crc", "nine", "gone", "empty", "big"}));
     EXPECT_EQ(r.status, 1);
     EXPECT_TRUE(r.outText().contains(QStringLiteral("cbf43926           9  nine\n")))
         << r.outText().toStdString();
@@ -118,6 +113,6 @@ TEST(PavoAudioHelp, EveryCommandHasAManualPage)
     EXPECT_EQ(r.status, 2);
     EXPECT_TRUE(r.errText().contains(QStringLiteral("unknown command 'frobnicate'")));
     EXPECT_EQ(f.tool({}).status, 2);
-    EXPECT_EQ(f.tool({QStringLiteral("info"), QStringLiteral("--bogus")}).status, 2);
+    EXPECT_EQ(f.tool(args({"info", "--bogus"})).status, 2);
     EXPECT_EQ(f.tool({QStringLiteral("info")}).status, 2);
 }

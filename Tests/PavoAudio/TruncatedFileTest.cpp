@@ -13,13 +13,13 @@ TEST(PavoAudioTruncated, InfoShowsDeclaredAndPresentDataAndScanCountsIt)
     QFile cut(f.path(QStringLiteral("cut.wav")));
     ASSERT_TRUE(cut.resize(1000));
 
-    RunResult r = f.tool({QStringLiteral("info"), QStringLiteral("cut.wav")});
+    RunResult r = f.tool(args({"info", "cut.wav"}));
     EXPECT_TRUE(r.outText().contains(
         QStringLiteral("truncated:     the data chunk declares 8820 bytes, the file holds")))
         << r.outText().toStdString();
-    r = f.tool({QStringLiteral("info"), QStringLiteral("whole.wav")});
+    r = f.tool(args({"info", "whole.wav"}));
     EXPECT_FALSE(r.outText().contains(QStringLiteral("truncated")));
-    r = f.tool({QStringLiteral("info"), QStringLiteral("--json"), QStringLiteral("cut.wav")});
+    r = f.tool(args({"info", "--json", "cut.wav"}));
     EXPECT_TRUE(r.outText().contains(QStringLiteral("\"truncated\": true"))) << r.outText().toStdString();
     EXPECT_TRUE(r.outText().contains(QStringLiteral("\"declaredDataBytes\": 8820")));
 

@@ -121,13 +121,3 @@ TEST_F(DotAPI, EnableTableRows)
     CDotAPI::SetDebugMode(false);
     EXPECT_EQ(CDotAPI::MenuID(1), CDotAPI::eDebug);
 }
-
-TEST_F(DotAPI, HistoryFlag)
-{
-    EXPECT_TRUE(CDotAPI::UpdateHistory());
-    CDotAPI::DisableHistoryUpdate();
-    EXPECT_FALSE(CDotAPI::UpdateHistory());
-    CDotAPI::EnableHistoryUpdate();
-    EXPECT_TRUE(CDotAPI::UpdateHistory());
-    EXPECT_FALSE(CDotAPI::s_fInit); // the history calls do not initialise
-}
