@@ -27,6 +27,23 @@ PvCell::PvCell(const QString& text)
 {
 }
 
+PvCell::PvCell(const PvCell& other)
+    : m_value(other.m_value)
+    , m_controlView(other.m_controlView)
+    , m_extras(other.m_extras ? std::make_unique<Extras>(*other.m_extras) : nullptr)
+    , m_state(other.m_state)
+    , m_tag(other.m_tag)
+    , m_sendActionMask(other.m_sendActionMask)
+    , m_alignment(other.m_alignment)
+    , m_controlSize(other.m_controlSize)
+    , m_allowsMixedState(other.m_allowsMixedState)
+    , m_highlighted(other.m_highlighted)
+    , m_enabled(other.m_enabled)
+    , m_editable(other.m_editable)
+    , m_continuous(other.m_continuous)
+{
+}
+
 PvCell::~PvCell() = default;
 
 std::unique_ptr<PvCell> PvCell::clone() const

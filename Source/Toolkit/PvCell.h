@@ -173,6 +173,10 @@ public:
     void setAccessibilityLabel(const QString& label) { extras().accessibilityLabel = label; }
 
 protected:
+    /// A copy of every setting and the value, for clone() of subclasses; the copy is in no
+    /// control's storage yet.
+    PvCell(const PvCell& other);
+    PvCell& operator=(const PvCell&) = delete;
     /// Copies the settings of this class into other (for clone()).
     void copySettingsTo(PvCell& other) const;
 
