@@ -15,8 +15,9 @@ namespace PavoGallery {
 namespace {
 
 constexpr int kLEDCount = 10;
-constexpr qreal kStartArea = 4; // the signal-present LED, in points
-constexpr qreal kLEDPitch = 10;
+constexpr qreal kStartArea = 8; // the signal-present LED, in points
+constexpr qreal kLEDPitch = 28;
+constexpr qreal kStripHeight = 14; // also the clip LED's size
 
 bool isDark(const QPalette& p)
 {
@@ -96,40 +97,42 @@ QColor ledColour(int i, bool lit)
 QPixmap meter(bool vertical, bool lit, qreal ratio)
 {
     const qreal length = kStartArea + kLEDCount * kLEDPitch;
-    QPixmap pm = canvas(vertical ? QSizeF(8, length) : QSizeF(length, 8), ratio);
+    const qreal h = kStripHeight;
+    QPixmap pm = canvas(vertical ? QSizeF(h, length) : QSizeF(length, h), ratio);
     QPainter p(&pm);
     // Vertical strips start at the bottom, so the picture is drawn horizontally and turned.
     if (vertical) {
         p.translate(0, length);
         p.rotate(-90);
     }
-    p.fillRect(QRectF(0, 0, length, 8), QColor(12, 12, 14));
+    p.fillRect(QRectF(0, 0, length, h), QColor(12, 12, 14));
     p.setRenderHint(QPainter::Antialiasing);
     p.setPen(Qt::NoPen);
     p.setBrush(lit ? QColor(60, 170, 255) : QColor(20, 44, 66));
-    p.drawRoundedRect(QRectF(0.5, 2, kStartArea - 1.5, 4), 1, 1);
+    p.drawRoundedRect(QRectF(1, 3, kStartArea - 3, h - 6), 1.5, 1.5);
     for (int i = 0; i < kLEDCount; ++i) {
-        const QRectF led(kStartArea + i * kLEDPitch + 1, 1.5, kLEDPitch - 2, 5);
+        const QRectF led(kStartArea + i * kLEDPitch + 1.5, 2, kLEDPitch - 3, h - 4);
         QLinearGradient g(led.topLeft(), led.bottomLeft());
         g.setColorAt(0, ledColour(i, lit).lighter(lit ? 140 : 115));
         g.setColorAt(1, ledColour(i, lit));
         p.setBrush(g);
-        p.drawRoundedRect(led, 1, 1);
+        p.drawRoundedRect(led, 2, 2);
     }
     return pm;
 }
 
 QPixmap clipLED(bool lit, qreal ratio)
 {
-    QPixmap pm = canvas({8, 8}, ratio);
+    const qreal h = kStripHeight;
+    QPixmap pm = canvas({h, h}, ratio);
     QPainter p(&pm);
     p.setRenderHint(QPainter::Antialiasing);
-    QRadialGradient g(QPointF(3, 3), 5);
+    QRadialGradient g(QPointF(h * 0.38, h * 0.38), h * 0.62);
     g.setColorAt(0, lit ? QColor(255, 170, 160) : QColor(110, 24, 20));
     g.setColorAt(1, lit ? QColor(230, 20, 10) : QColor(50, 8, 6));
     p.setPen(QPen(QColor(12, 12, 14), 1));
     p.setBrush(g);
-    p.drawEllipse(QRectF(0.5, 0.5, 7, 7));
+    p.drawEllipse(QRectF(0.5, 0.5, h - 1, h - 1));
     return pm;
 }
 

@@ -17,12 +17,12 @@ inline constexpr int32_t kKnob = 1000;
 inline constexpr int32_t kTrackHorizontal = 1010;
 /// Vertical slider track, 6 x 120, with the same labels.
 inline constexpr int32_t kTrackVertical = 1011;
-/// Horizontal LED meter strip, 104 x 8: a 4-point signal-present LED at the left, then ten
-/// 10-point LEDs (seven green, two amber, one red). 0 unlit, 3 lit.
+/// Horizontal LED meter strip, 288 x 14: an 8-point signal-present LED at the left, then ten
+/// 28-point LEDs (seven green, two amber, one red). 0 unlit, 3 lit.
 inline constexpr int32_t kMeterHorizontal = 1020;
-/// Vertical LED meter strip, 8 x 104: the same strip with its start at the bottom.
+/// Vertical LED meter strip, 14 x 288: the same strip with its start at the bottom.
 inline constexpr int32_t kMeterVertical = 1021;
-/// Clip LED, 8 x 8: 0 off, 3 on.
+/// Clip LED, 14 x 14: 0 off, 3 on.
 inline constexpr int32_t kClipLED = 1030;
 } // namespace DemoImage
 

@@ -23,7 +23,7 @@ TEST(DemoImageProvider, DrawsEveryPictureAtRatioOneAndTwoInBothPalettes)
     EXPECT_TRUE(provider.imageForID(kImage_None, 0, 2).isNull());
     EXPECT_TRUE(provider.imageForID(kClipLED, 1, 2).isNull());
     EXPECT_TRUE(provider.imageForID(4242, 0, 2).isNull());
-    EXPECT_EQ(provider.imageForID(kMeterHorizontal, 0, 1).deviceIndependentSize(), QSizeF(104, 8));
+    EXPECT_EQ(provider.imageForID(kMeterHorizontal, 0, 1).deviceIndependentSize(), QSizeF(288, 14));
     for (bool dark : {false, true}) {
         QApplication::setPalette(dark ? darkPalette() : lightPalette());
         // A contact sheet at ratio 2: one row per ID, its states side by side.

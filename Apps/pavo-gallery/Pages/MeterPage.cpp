@@ -19,8 +19,8 @@ namespace PavoGallery {
 namespace {
 
 constexpr int kPadding = 3;
-constexpr float kStartArea = 4; // the demo strip's signal-present LED, in points
-constexpr float kLEDArea = 100; // its ten LEDs
+constexpr float kStartArea = 8; // the demo strip's signal-present LED, in points
+constexpr float kLEDArea = 280; // its ten LEDs
 
 // A dBFS scale under a meter, lined up with its strip (levels are linear: 0 dB is 1.0).
 class DecibelScale : public QWidget {
@@ -36,7 +36,7 @@ protected:
         p.setFont(f);
         p.setPen(palette().color(QPalette::WindowText));
         const qreal x0 = kPadding + kStartArea;
-        for (int db : {0, -3, -6, -10, -20}) {
+        for (int db : {0, -1, -3, -6, -10, -14, -20}) {
             const qreal x = x0 + kLEDArea * std::pow(10.0, db / 20.0);
             p.drawLine(QPointF(x - 0.5, 0), QPointF(x - 0.5, 4));
             p.drawText(QRectF(x - 15, 4, 30, 16), Qt::AlignHCenter | Qt::AlignTop, QString::number(db));
