@@ -76,6 +76,25 @@ void BM_Matrix_Fill(benchmark::State& state)
     }
 }
 
+// Rows added one at a time, as a browser's delegate adds them, into a shown matrix.
+void BM_Matrix_AddRows(benchmark::State& state)
+{
+    MatrixSetup s;
+    const QStringList& strings = ::strings();
+    for (auto _ : state) {
+        state.PauseTiming();
+        auto* m = new PvMatrix(PvMatrix::ListModeMatrix, 0, 1);
+        m->setCellSize(QSizeF(260, 17));
+        s.scroll.setDocumentView(m);
+        state.ResumeTiming();
+        for (int i = 0; i < kRows; ++i) {
+            m->addRow();
+            m->cellAt(i, 0)->setStringValue(strings[i]);
+        }
+        m->sizeToCells();
+    }
+}
+
 void BM_Matrix_SelectAll(benchmark::State& state)
 {
     MatrixSetup s;
@@ -145,6 +164,22 @@ void BM_ListView_Fill(benchmark::State& state)
     }
 }
 
+void BM_ListView_AddRows(benchmark::State& state)
+{
+    ListSetup s;
+    const QStringList& strings = ::strings();
+    for (auto _ : state) {
+        state.PauseTiming();
+        s.model.setStringList({});
+        state.ResumeTiming();
+        for (int i = 0; i < kRows; ++i) {
+            s.model.insertRows(i, 1);
+            s.model.setData(s.model.index(i), strings[i]);
+        }
+        s.view.doItemsLayout();
+    }
+}
+
 void BM_ListView_SelectAll(benchmark::State& state)
 {
     ListSetup s;
@@ -185,6 +220,8 @@ void BM_ListView_Paint(benchmark::State& state)
 
 BENCHMARK(BM_Matrix_Fill)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ListView_Fill)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Matrix_AddRows)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_ListView_AddRows)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Matrix_SelectAll)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ListView_SelectAll)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Matrix_ScrollToEnd)->Unit(benchmark::kMicrosecond);

@@ -66,9 +66,9 @@ void PvMatrix::turnAllOff()
     releaseCellUpdates();
 }
 
-void PvMatrix::cellsChanged()
+void PvMatrix::cellsChanged(size_t from)
 {
-    for (size_t i = 0; i < m_cells.size(); ++i)
+    for (size_t i = from; i < m_cells.size(); ++i)
         setStoredIndexOfCell(m_cells[i].get(), int(i));
 }
 
@@ -200,7 +200,7 @@ void PvMatrix::insertRow(int row)
         adoptNewCell(cell.get());
         m_cells.insert(m_cells.begin() + row * m_columns + c, std::move(cell));
     }
-    cellsChanged();
+    cellsChanged(size_t(row) * size_t(m_columns)); // rows added at the end cost no renumbering
     ++m_rows;
     if (m_selectedRow >= row)
         ++m_selectedRow;
@@ -247,7 +247,7 @@ void PvMatrix::removeRow(int row)
         return;
     cancelTracking();
     m_cells.erase(m_cells.begin() + row * m_columns, m_cells.begin() + (row + 1) * m_columns);
-    cellsChanged();
+    cellsChanged(size_t(row) * size_t(m_columns));
     if (--m_rows == 0)
         m_columns = 0;
     if (m_selectedRow == row)

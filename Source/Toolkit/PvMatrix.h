@@ -139,7 +139,7 @@ protected:
 
 private:
     int indexOf(int row, int column) const { return row * m_columns + column; }
-    void cellsChanged(); // renumbers the cells after the storage changed
+    void cellsChanged(size_t from = 0); // renumbers the cells from index from on
     void turnAllOff();
     void adoptNewCell(PvCell* cell);
     void selectByMouse(int row, int column, Qt::KeyboardModifiers modifiers, bool dragging);
