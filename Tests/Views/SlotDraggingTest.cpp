@@ -1,6 +1,9 @@
 // Slot dragging: slot order, swap and slide, refusal, slide-back, restraints, looks, keys.
+#include "TestSupport.h"
+
 #include <Pavo/PavoUI.h>
 
+#include <QDir>
 #include <QLabel>
 #include <QTest>
 #include <gtest/gtest.h>
@@ -54,6 +57,7 @@ struct SlotFixture : ::testing::Test {
             auto* v = new PVSlotDragView(rack);
             v->setGeometry(i * 60, 0, 50, 30);
             v->setRepresentedObject(QString("v%1").arg(i));
+            v->setBackgroundColor(QColor::fromHsv(i * 90, 120, 230));
             v->setDelegate(&recorder);
             views << v;
         }
@@ -264,6 +268,11 @@ TEST_F(SlotFixture, RestraintsClampTheDragWindowAndTheLookChangesDuringTheDrag)
     EXPECT_TRUE(source->allSubviewsAreHidden());
     EXPECT_TRUE(source->backgroundIsHidden());
     EXPECT_TRUE(source->hasBorder());
+    QTest::mouseMove(source, slotCentre(source, 2));
+    settle();
+    const QDir out(PavoTest::outputDir());
+    EXPECT_TRUE(rack->grab().save(out.filePath("slot-drag-rack.png")));
+    EXPECT_TRUE(w->grab().save(out.filePath("slot-drag-window.png")));
 
     for (const QPoint& far : {QPoint(-500, -400), QPoint(900, 700), QPoint(270, -300), QPoint(-50, 25)}) {
         QTest::mouseMove(source, far);
