@@ -28,7 +28,8 @@ class PvSlotMotion;
 
     Subclasses draw their contents in drawContents(); the view itself paints the background
     and border. The represented object is host data the view shows; its text, when it has
-    one, becomes the accessible name. With keyboard focus, Option (Alt by default) with an
+    one, becomes the accessible name, and the manager gives each view its place as the
+    accessible description ("Slot 2 of 8"). With keyboard focus, Option (Alt by default) with an
     arrow key moves the view one slot back (left, up) or on (right, down).
 
     The delegate is not owned. Main thread only.

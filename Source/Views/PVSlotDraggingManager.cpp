@@ -53,6 +53,13 @@ QRectF clampedOrigin(const QRectF& frame, const QRectF& bounds)
     return r;
 }
 
+// Tells assistive technology where each view stands now.
+void describeSlots(const QList<PVSlotDragView*>& views)
+{
+    for (qsizetype i = 0; i < views.size(); ++i)
+        views[i]->setAccessibleDescription(QString("Slot %1 of %2").arg(i + 1).arg(views.size()));
+}
+
 } // namespace
 
 PVSlotDraggingManager* PVSlotDraggingManager::setupDraggingManagerInView(QWidget* view, int slideMode)
@@ -118,6 +125,7 @@ void PVSlotDraggingManager::updateManagedDragViews()
         v->m_slideMode = m_slideMode;
         m_slotFrames.append(v->geometry());
     }
+    describeSlots(m_slotArray);
 }
 
 bool PVSlotDraggingManager::eventFilter(QObject* watched, QEvent* event)
@@ -369,6 +377,7 @@ void PVSlotDraggingManager::rearrange(PVSlotDragView* moved, int from, int into,
     }
     place(moved, into);
     m_slotArray = order;
+    describeSlots(m_slotArray);
 }
 
 void PVSlotDraggingManager::restoreOrder()
@@ -384,6 +393,7 @@ void PVSlotDraggingManager::restoreOrder()
             v->animateSlotTo(m_slotFrames[i]);
     }
     m_slotArray = m_orderBeforeDrag;
+    describeSlots(m_slotArray);
 }
 
 void PVSlotDraggingManager::mouseUp(const QPointF& screenPoint)

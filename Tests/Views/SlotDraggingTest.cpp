@@ -305,6 +305,7 @@ TEST_F(SlotFixture, OptionArrowKeysMoveTheFocusedSlot)
     views[1]->setFocus();
     QTest::keyClick(views[1], Qt::Key_Right, Qt::AltModifier);
     EXPECT_EQ(names(recorder.order), "v0 v2 v1 v3");
+    EXPECT_EQ(views[1]->accessibleDescription(), "Slot 3 of 4");
     settle();
     EXPECT_TRUE(views[1]->hasFocus());
     QTest::keyClick(views[1], Qt::Key_Right); // no Option: not a move
