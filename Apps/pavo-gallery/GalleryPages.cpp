@@ -40,6 +40,7 @@ QList<Page> pages()
         {"Sliders", sliderPage},
         {"Level meters", meterPage},
         {"Octave picker", octavePickerPage},
+        {"Slot dragging", slotDragPage},
     };
 }
 

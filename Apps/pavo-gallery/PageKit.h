@@ -42,5 +42,6 @@ QWidget* cellGroupPage();
 QWidget* sliderPage();
 QWidget* meterPage();
 QWidget* octavePickerPage();
+QWidget* slotDragPage();
 
 } // namespace PavoGallery
