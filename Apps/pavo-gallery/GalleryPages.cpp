@@ -37,6 +37,7 @@ QList<Page> pages()
         {"Tool tip", toolTipPage},
         {"Fade-out", fadePage},
         {"Cell group", cellGroupPage},
+        {"Pop-up menus", popUpPage},
     };
 }
 

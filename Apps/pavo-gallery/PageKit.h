@@ -39,5 +39,6 @@ QWidget* bevelPage();
 QWidget* toolTipPage();
 QWidget* fadePage();
 QWidget* cellGroupPage();
+QWidget* popUpPage();
 
 } // namespace PavoGallery

@@ -352,6 +352,10 @@ TEST(IconPicker, PressOpensThePopUpAndAPickUpdatesTheControl)
     ASSERT_TRUE(popUp->isOpen());
     QWidget* panel = popUp->panel();
     drag(panel, {2 + 26 + 12, 2 + 26 + 12}); // the fourth colour
+    QPixmap shot(panel->size() * 2);
+    shot.setDevicePixelRatio(2);
+    panel->render(&shot);
+    EXPECT_TRUE(shot.save(QDir(PavoTest::outputDir()).filePath("icon-picker-open@2x.png")));
     QTest::mouseRelease(panel, Qt::LeftButton, {}, {2 + 26 + 12, 2 + 26 + 12});
     EXPECT_FALSE(popUp->isOpen());
     EXPECT_EQ(popUp->selectedIconTag(), 3);
