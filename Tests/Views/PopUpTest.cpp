@@ -5,8 +5,10 @@
 
 #include <QAccessible>
 #include <QDir>
+#include <QPainter>
 #include <QSignalSpy>
 #include <QTest>
+#include <QTimer>
 #include <gtest/gtest.h>
 
 namespace {
@@ -287,6 +289,75 @@ TEST_F(PopUpFixture, DraggingNearTheBottomScrollsEveryFiftiethOfASecond)
     clock.advance(0.05);
     pv_performDueRequests();
     EXPECT_EQ(scroll->documentVisibleRect().y(), 8);
+}
+
+TEST_F(PopUpFixture, PlacementByModeNestedLoopAndClickOutside)
+{
+    popUp.setIcons(colours(9));
+    popUp.setSelectedIconTag(4);
+    const QPointF at(400, 300);
+    const std::pair<int, QPoint> corners[]
+        = {{1, QPoint(328, 300)}, {3, QPoint(400, 228)}, {4, QPoint(364, 264)}};
+    for (const auto& [mode, topLeft] : corners) {
+        popUp.setPopUpLocationMode(mode);
+        popUp.popUpAtLocation(at);
+        EXPECT_EQ(popUp.panel()->pos(), topLeft) << "mode " << mode;
+        popUp.close();
+    }
+    // Mode 2: the pointer lands inside the selected cell, 4/5 across and 1/5 down.
+    PVIconPickerPopUp centred(3, 3, {4, 4}, {4, 4}, {2, 2}, {20, 20}, {2, 2}, 2);
+    centred.setTracksInNestedLoop(false);
+    centred.setIcons(colours(9));
+    centred.setSelectedIconTag(4);
+    centred.popUpAtLocation(at);
+    EXPECT_EQ(centred.panel()->pos() + centre(1, 1) + QPoint(6, -6), at.toPoint());
+    EXPECT_EQ(centred.highlightedCell(), centred.selectedCell());
+    // A press outside the panel closes it without a pick.
+    QTest::mousePress(centred.panel(), Qt::LeftButton, {}, {-30, -30});
+    EXPECT_FALSE(centred.isOpen());
+    EXPECT_EQ(centred.selectedIconTag(), 4);
+
+    // In a nested loop the call returns once the panel closed; keys drive it meanwhile.
+    popUp.setTracksInNestedLoop(true);
+    popUp.setPopUpLocationMode(0);
+    QTimer::singleShot(0, &popUp, [this] {
+        QTest::keyClick(popUp.panel(), Qt::Key_Right);
+        QTest::keyClick(popUp.panel(), Qt::Key_Return);
+    });
+    popUp.popUpAtLocation(at);
+    EXPECT_FALSE(popUp.isOpen());
+    EXPECT_EQ(popUp.selectedIconTag(), 5);
+}
+
+TEST(ButtonCell, PicturesPerStateFallBackAndStaySharp)
+{
+    PvButtonCell cell;
+    cell.setImage(swatch(Qt::blue, 8, 2), PvButtonCell::NormalState);
+    cell.setImage(swatch(Qt::red, 8, 2), PvButtonCell::NormalOnState);
+    cell.setState(PvCell::OnState);
+    cell.setHighlighted(true);
+    EXPECT_EQ(cell.currentButtonState(), PvButtonCell::HighlightedOnState);
+    EXPECT_EQ(
+        cell.imageForState(PvButtonCell::HighlightedOnState).toImage().pixel(0, 0), QColor(Qt::red).rgb());
+    cell.setEnabled(false);
+    cell.setState(PvCell::OffState);
+    EXPECT_EQ(cell.imageForState(cell.currentButtonState()).toImage().pixel(0, 0), QColor(Qt::blue).rgb());
+    // Centred in its frame, at its size in points: 8 x 8 points are 16 x 16 pixels at 2x.
+    QImage canvas(40, 40, QImage::Format_ARGB32);
+    canvas.setDevicePixelRatio(2);
+    canvas.fill(Qt::white);
+    {
+        QPainter painter(&canvas);
+        cell.drawWithFrame(painter, QRectF(0, 0, 20, 20), nullptr);
+    }
+    EXPECT_EQ(canvas.pixel(12, 12), QColor(Qt::blue).rgb());
+    EXPECT_EQ(canvas.pixel(27, 27), QColor(Qt::blue).rgb());
+    EXPECT_EQ(canvas.pixel(11, 20), QColor(Qt::white).rgb());
+    EXPECT_EQ(canvas.pixel(28, 20), QColor(Qt::white).rgb());
+    // Without pictures: the platform's push button with its title.
+    PvButtonCell plain("OK");
+    EXPECT_FALSE(plain.hasImage());
+    EXPECT_GT(plain.cellSize().width(), 0);
 }
 
 TEST(PopUpMenu, ItemsSeparatorsAccessibilityAndPicture)
