@@ -4,6 +4,7 @@
 #include "PvScrollView.h"
 #include "PvTargetAction.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QEventLoop>
 #include <QIcon>
@@ -750,8 +751,16 @@ void PVIconPickerPopUp::setHighlightedCell(PVIconButtonCell* cell)
     m_highlightedCell = pickable(cell) ? cell : nullptr;
     if (m_highlightedCell) {
         m_highlightedCell->setHighlighted(true);
-        if (PvMatrix* grid = matrix())
+        if (PvMatrix* grid = matrix()) {
             grid->updateCell(m_highlightedCell);
+            // Assistive technology follows the highlight as the focused item.
+            const int index = grid->accessibleIndexOfCell(m_highlightedCell);
+            if (index >= 0) {
+                QAccessibleEvent event(grid, QAccessible::Focus);
+                event.setChild(index);
+                QAccessible::updateAccessibility(&event);
+            }
+        }
     }
     if (PvMatrix* grid = matrix())
         grid->update();
