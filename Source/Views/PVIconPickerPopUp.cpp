@@ -599,7 +599,9 @@ void PVIconPickerPopUp::popUpAtLocationWithHeight(const QPointF& location, doubl
     scroll->verticalScrollBar()->setAttribute(Qt::WA_TransparentForMouseEvents);
     scroll->setFocusPolicy(Qt::NoFocus);
     m_iconMatrix->setFocusPolicy(Qt::NoFocus);
+    PvMatrix* grid = m_iconMatrix.get();
     scroll->setDocumentView(m_iconMatrix.release());
+    grid->setAutoFillBackground(false); // the panel's background shows through the grid
     m_iconPanel = panel;
     m_scrollView = scroll;
 

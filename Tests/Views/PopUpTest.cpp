@@ -403,6 +403,17 @@ TEST(PopUpMenu, ItemsSeparatorsAccessibilityAndPicture)
     EXPECT_NE(image.pixelColor(2 * 8, 2 * (4 + 22 + 11)), image.pixelColor(2 * 8, 2 * (4 + 11)));
     QTest::keyClick(panel, Qt::Key_Return);
     EXPECT_EQ(menu.selectedIconTag(), 3);
+
+    // The heads-up look: light titles on a dark panel.
+    menu.configureAsHUDMenu();
+    menu.popUpAtLocation({200, 100});
+    QPixmap hud(menu.panel()->size() * 2);
+    hud.setDevicePixelRatio(2);
+    hud.fill(Qt::transparent);
+    menu.panel()->render(&hud);
+    EXPECT_TRUE(hud.save(QDir(PavoTest::outputDir()).filePath("popup-menu-hud@2x.png")));
+    EXPECT_LT(hud.toImage().pixelColor(6, 2 * (4 + 33)).lightness(), 60); // beside "Snare"
+    menu.close();
 }
 
 TEST(IconPicker, PressOpensThePopUpAndAPickUpdatesTheControl)
