@@ -41,6 +41,7 @@ QList<Page> pages()
         {"Level meters", meterPage},
         {"Octave picker", octavePickerPage},
         {"Slot dragging", slotDragPage},
+        {"Pop-up menus", popUpPage},
     };
 }
 

@@ -43,5 +43,6 @@ QWidget* sliderPage();
 QWidget* meterPage();
 QWidget* octavePickerPage();
 QWidget* slotDragPage();
+QWidget* popUpPage();
 
 } // namespace PavoGallery
