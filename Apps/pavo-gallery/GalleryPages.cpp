@@ -37,6 +37,8 @@ QList<Page> pages()
         {"Tool tip", toolTipPage},
         {"Fade-out", fadePage},
         {"Cell group", cellGroupPage},
+        {"Slide animation", slideAnimationPage},
+        {"Browser cells", browserCellPage},
     };
 }
 

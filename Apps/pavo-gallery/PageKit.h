@@ -39,5 +39,7 @@ QWidget* bevelPage();
 QWidget* toolTipPage();
 QWidget* fadePage();
 QWidget* cellGroupPage();
+QWidget* slideAnimationPage();
+QWidget* browserCellPage();
 
 } // namespace PavoGallery

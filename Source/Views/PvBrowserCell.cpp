@@ -179,7 +179,18 @@ QPixmap PvBrowserCell::branchPixmap(bool highlighted, const PvControl* view, dou
     return pixmap;
 }
 
-void PvBrowserCell::calcDrawInfo(const QRectF& frame, const PvControl* view)
+namespace {
+
+double ratioFor(const PvControl* view, double devicePixelRatio)
+{
+    if (devicePixelRatio > 0.0)
+        return devicePixelRatio;
+    return view ? view->devicePixelRatioF() : 1.0;
+}
+
+} // namespace
+
+void PvBrowserCell::calcDrawInfo(const QRectF& frame, const PvControl* view, double devicePixelRatio)
 {
     DrawInfo info;
     info.cellFrame = frame;
@@ -195,7 +206,7 @@ void PvBrowserCell::calcDrawInfo(const QRectF& frame, const PvControl* view)
         info.leftImage = m_leftImage;
         info.leftImageSize = m_leftImage.deviceIndependentSize();
     }
-    const double dpr = view ? view->devicePixelRatioF() : 1.0;
+    const double dpr = ratioFor(view, devicePixelRatio);
     if (m_drawsBranchImage) {
         info.branchImage = branchPixmap(isHighlighted(), view, dpr);
         info.branchImageSize = kBranchImageSize;
@@ -237,12 +248,13 @@ void PvBrowserCell::calcDrawInfo(const QRectF& frame, const PvControl* view)
     m_drawInfoDpr = dpr;
 }
 
-const PvBrowserCell::DrawInfo& PvBrowserCell::getCalcedDrawInfo(const QRectF& frame, const PvControl* view)
+const PvBrowserCell::DrawInfo& PvBrowserCell::getCalcedDrawInfo(
+    const QRectF& frame, const PvControl* view, double devicePixelRatio)
 {
-    const double dpr = view ? view->devicePixelRatioF() : 1.0;
+    const double dpr = ratioFor(view, devicePixelRatio);
     if (m_needsCalcDrawInfo || frame != m_drawInfo.cellFrame || showsSelected() != m_drawInfoSelected
         || dpr != m_drawInfoDpr)
-        calcDrawInfo(frame, view);
+        calcDrawInfo(frame, view, dpr);
     return m_drawInfo;
 }
 
@@ -297,7 +309,8 @@ void PvBrowserCell::drawInteriorWithFrame(QPainter& painter, const QRectF& frame
 void PvBrowserCell::drawContents(
     QPainter& painter, const QRectF& frame, PvControl* view, bool selectedLook, bool fillBackground)
 {
-    const DrawInfo& info = getCalcedDrawInfo(frame, view);
+    // The arrow is made for the device drawn on, so it stays sharp in pictures at 2x too.
+    const DrawInfo& info = getCalcedDrawInfo(frame, view, painter.device()->devicePixelRatioF());
     const QPalette palette = paletteIn(view);
     if (fillBackground) {
         if (selectedLook)

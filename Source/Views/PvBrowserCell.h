@@ -91,9 +91,11 @@ public:
     static QColor highlightColorInView(const PvControl* view);
 
     /// Computes the layout of frame (view may be null: the application's style and palette).
-    void calcDrawInfo(const QRectF& frame, const PvControl* view);
+    /// The branch arrow is made for devicePixelRatio (0: the view's).
+    void calcDrawInfo(const QRectF& frame, const PvControl* view, double devicePixelRatio = 0.0);
     /// The layout of frame, computed when needed.
-    const DrawInfo& getCalcedDrawInfo(const QRectF& frame, const PvControl* view);
+    const DrawInfo& getCalcedDrawInfo(
+        const QRectF& frame, const PvControl* view, double devicePixelRatio = 0.0);
     const DrawInfo& drawInfo() const { return m_drawInfo; }
     bool needsCalcDrawInfo() const { return m_needsCalcDrawInfo; }
 

@@ -294,12 +294,16 @@ void PvSlideAnimation::applySize(double size)
     }
     // Both views change in one step: the root repaints once for the frame, not once per
     // view and child.
-    const bool wasEnabled = m_rootView->updatesEnabled();
-    m_rootView->setUpdatesEnabled(false);
+    // (Only when updates are on: turning them off while an ancestor has them off would
+    // leave the root switched off for good.)
+    const bool batch = m_rootView->isVisible() && m_rootView->updatesEnabled();
+    if (batch)
+        m_rootView->setUpdatesEnabled(false);
     resizeView(m_slideView, slide);
     resizeView(m_mainView, main);
     for (const auto& [child, frame] : std::as_const(m_resizingMasks))
         if (child)
             child->setGeometry(frame.translated(shiftX, shiftY));
-    m_rootView->setUpdatesEnabled(wasEnabled);
+    if (batch)
+        m_rootView->setUpdatesEnabled(true);
 }

@@ -97,6 +97,16 @@ TEST(BrowserCell, DrawsHighlightImagesAndDisabledOpacity)
     EXPECT_EQ(image.pixel(13 + 8, 22 + 8), qRgb(255, 0, 0));
     EXPECT_TRUE(anyInk(image, QRect(200, 25, 7, 9))); // the branch arrow
 
+    QImage sharp(440, 100, QImage::Format_ARGB32_Premultiplied); // a 2x device gets a 2x arrow
+    sharp.setDevicePixelRatio(2.0);
+    sharp.fill(Qt::transparent);
+    {
+        QPainter painter(&sharp);
+        cell.drawWithFrame(painter, kFrame, nullptr);
+    }
+    EXPECT_EQ(cell.drawInfo().branchImage.devicePixelRatio(), 2.0);
+    EXPECT_TRUE(anyInk(sharp, QRect(400, 50, 14, 18)));
+
     cell.setEnabled(false);
     image = render(cell, kFrame);
     EXPECT_NEAR(qAlpha(image.pixel(21, 30)), 153, 1); // 60 % opacity

@@ -114,6 +114,17 @@ TEST(SlideAnimation, AlignmentFollowsTheFramesAndViewsFillTheRoot)
     left.view.swapIn();
     EXPECT_EQ(child->geometry(), QRect(10, 10, 100, 20));
 
+    // Laid out while an ancestor has updates off, the view repaints once they are back on.
+    QWidget host;
+    above.view.setParent(&host);
+    host.show();
+    host.setUpdatesEnabled(false);
+    above.view.resize(600, 301);
+    above.view.resize(600, 300);
+    host.setUpdatesEnabled(true);
+    EXPECT_TRUE(above.view.updatesEnabled());
+    above.view.setParent(nullptr);
+
     above.view.swapOut();
     EXPECT_EQ(above.main->geometry(), QRect(0, 0, 600, 300));
     above.animation().setMinMainViewSize(100);
