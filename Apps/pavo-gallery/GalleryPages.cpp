@@ -42,6 +42,8 @@ QList<Page> pages()
         {"Octave picker", octavePickerPage},
         {"Slot dragging", slotDragPage},
         {"Pop-up menus", popUpPage},
+        {"Slide animation", slideAnimationPage},
+        {"Browser cells", browserCellPage},
     };
 }
 

@@ -44,5 +44,7 @@ QWidget* meterPage();
 QWidget* octavePickerPage();
 QWidget* slotDragPage();
 QWidget* popUpPage();
+QWidget* slideAnimationPage();
+QWidget* browserCellPage();
 
 } // namespace PavoGallery
