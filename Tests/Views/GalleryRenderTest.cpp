@@ -58,6 +58,24 @@ TEST(Gallery, RendersEveryPageInBothPalettes)
                 << fileName(pages[i].title, dark).toStdString();
         }
     }
+    // Every page once more at device pixel ratio 2, with pictures made for it, as on a
+    // dense screen: to look at for blur.
+    window.setDark(false);
+    auto* provider
+        = dynamic_cast<PavoGallery::DemoImageProvider*>(PvResourceProvider::defaultResourceProvider());
+    ASSERT_NE(provider, nullptr);
+    provider->setDevicePixelRatio(2);
+    for (int i = 0; i < pages.size(); ++i) {
+        window.showPage(i);
+        QApplication::processEvents();
+        QImage shot(window.size() * 2, QImage::Format_ARGB32_Premultiplied);
+        shot.setDevicePixelRatio(2);
+        shot.fill(Qt::transparent);
+        window.render(&shot);
+        EXPECT_TRUE(hasContent(shot)) << pages[i].title.toStdString();
+        EXPECT_TRUE(shot.save(fileName(pages[i].title + " 2x", false)));
+    }
+    provider->setDevicePixelRatio(0);
     // The tool tip is a window of its own: show it on the tool-tip page and render it too.
     window.showPage("Tool tip");
     auto* pad = window.currentPage()->findChild<QWidget*>("tipPad");
