@@ -73,7 +73,7 @@ TEST(Gallery, RendersEveryPageInBothPalettes)
         shot.fill(Qt::transparent);
         window.render(&shot);
         EXPECT_TRUE(hasContent(shot)) << pages[i].title.toStdString();
-        EXPECT_TRUE(shot.save(fileName(pages[i].title + " 2x", false)));
+        EXPECT_TRUE(shot.save(fileName(pages[i].title + "@2x", false)));
     }
     provider->setDevicePixelRatio(0);
     // The tool tip is a window of its own: show it on the tool-tip page and render it too.
