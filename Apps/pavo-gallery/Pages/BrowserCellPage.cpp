@@ -91,10 +91,10 @@ QWidget* browserCellPage()
 {
     auto* demo = new QWidget;
     auto* h = new QHBoxLayout(demo);
-    h->addWidget(labelled("Rows (second selected)", browserRows(true)));
+    h->addWidget(labelled("Rows (second selected)", browserRows(true)), 0, Qt::AlignTop);
     auto* second = browserRows(true);
     second->selectCellAt(3, 0);
-    h->addWidget(labelled("Folder selected", second));
+    h->addWidget(labelled("Folder selected", second), 0, Qt::AlignTop);
     h->addStretch(1);
     return makePage("Browser cells",
         "Browser rows: icon, left icon and branch arrow; long names are elided in the middle, disabled "

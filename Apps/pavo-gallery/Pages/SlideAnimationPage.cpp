@@ -53,7 +53,7 @@ QWidget* slideDemo(int alignment)
     auto* v = new QVBoxLayout(box);
     v->setContentsMargins(0, 0, 0, 0);
     auto* view = new PVAnimatedSlideView;
-    view->setFixedSize(520, 220);
+    view->setFixedSize(470, 220);
     auto* main = panelLabel("Main view\n(drag the edge of the panel to resize it)", QPalette::Base);
     auto* tabs = new QTabWidget;
     tabs->tabBar()->hide();
@@ -105,7 +105,7 @@ QWidget* scrollDemo()
     auto* v = new QVBoxLayout(box);
     v->setContentsMargins(0, 0, 0, 0);
     auto* scroll = new PvScrollView;
-    scroll->setFixedSize(520, 80);
+    scroll->setFixedSize(470, 80);
     scroll->setDocumentView(new Timeline);
     auto* animation = new PVScrollViewAnimation(scroll, scroll);
     auto* row = new QHBoxLayout;
