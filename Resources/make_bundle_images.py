@@ -3,7 +3,8 @@
 
 The pictures are simple enough to be described in code: a splitter grip for browser
 columns and the parts of the octave picker (background, keyboard, range edges and fill),
-each in a light form and a darker "_pro" form. Run it again after changing a drawing;
+each in a light form and a darker "_pro" form, and each again at twice the pixels as
+"NAME@2x.png" for dense screens. Run it again after changing a drawing;
 the PNG files are committed so that building needs no Python.
 """
 import os
@@ -14,22 +15,31 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 OUT = os.path.join(HERE, "bundle")
 
 
-class Canvas:
-    def __init__(self, width, height, fill=(0, 0, 0, 0)):
-        self.w, self.h = width, height
-        self.px = [list(fill) for _ in range(width * height)]
+SCALE = 1  # pixels per point of the pictures being drawn
 
-    def rect(self, x0, y0, x1, y1, colour):
+
+class Canvas:
+    """A picture measured in points; it holds SCALE x SCALE pixels per point."""
+
+    def __init__(self, width, height, fill=(0, 0, 0, 0)):
+        self.w, self.h = width * SCALE, height * SCALE
+        self.px = [list(fill) for _ in range(self.w * self.h)]
+
+    def _fill(self, x0, y0, x1, y1, colour):  # in pixels
         for y in range(max(0, y0), min(self.h, y1)):
             for x in range(max(0, x0), min(self.w, x1)):
                 self.px[y * self.w + x] = list(colour)
 
+    def rect(self, x0, y0, x1, y1, colour):
+        self._fill(x0 * SCALE, y0 * SCALE, x1 * SCALE, y1 * SCALE, colour)
+
     def vgradient(self, x0, y0, x1, y1, top, bottom):
+        y0, y1 = y0 * SCALE, y1 * SCALE
         span = max(1, y1 - y0 - 1)
         for y in range(y0, y1):
             t = (y - y0) / span
             colour = tuple(round(a + (b - a) * t) for a, b in zip(top, bottom))
-            self.rect(x0, y, x1, y + 1, colour)
+            self._fill(x0 * SCALE, y, x1 * SCALE, y + 1, colour)
 
     def png(self, name):
         raw = b"".join(b"\x00" + bytes(c for p in self.px[y * self.w:(y + 1) * self.w] for c in p)
@@ -40,7 +50,8 @@ class Canvas:
 
         data = (b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", struct.pack(">IIBBBBB", self.w, self.h, 8, 6, 0, 0, 0))
                 + chunk(b"IDAT", zlib.compress(raw, 9)) + chunk(b"IEND", b""))
-        with open(os.path.join(OUT, name + ".png"), "wb") as f:
+        suffix = "@%dx" % SCALE if SCALE > 1 else ""
+        with open(os.path.join(OUT, name + suffix + ".png"), "wb") as f:
             f.write(data)
 
 
@@ -92,8 +103,7 @@ def range_parts(suffix, colour):
     middle.png("octave-fill" + suffix)
 
 
-def main():
-    os.makedirs(OUT, exist_ok=True)
+def draw_all():
     splitter("PV_BrowserColumnSplitter", (236, 236, 236, 255), (200, 200, 200, 255))
     splitter("PV_BrowserColumnSplitter_pro", (92, 92, 92, 255), (60, 60, 60, 255))
     keyboard("octave-glyphKeys", 75)
@@ -104,6 +114,14 @@ def main():
     background("octave-control-bg-short_pro", 456, (80, 80, 80, 255), (50, 50, 50, 255))
     range_parts("", (40, 120, 230))
     range_parts("_pro", (250, 160, 40))
+
+
+def main():
+    global SCALE
+    os.makedirs(OUT, exist_ok=True)
+    for SCALE in (1, 2):
+        draw_all()
+    SCALE = 1
     names = sorted(os.listdir(OUT))
     with open(os.path.join(HERE, "PavoBundle.qrc"), "w") as f:
         f.write('<!DOCTYPE RCC>\n<RCC version="1.0">\n  <qresource prefix="/Pavo/Images">\n')

@@ -5,6 +5,9 @@
 #include <QFile>
 #include <QGuiApplication>
 #include <QPalette>
+#include <QScreen>
+
+#include <algorithm>
 
 namespace {
 const QString kImageFolder = QStringLiteral(":/Pavo/Images/");
@@ -40,5 +43,19 @@ QString pv_pavoBundleImagePath(const QString& name)
 
 QPixmap pv_loadPavoBundleImage(const QString& name)
 {
-    return QPixmap(pv_pavoBundleImagePath(name));
+    const QString path = pv_pavoBundleImagePath(name);
+    qreal ratio = 1;
+    if (qobject_cast<QGuiApplication*>(QCoreApplication::instance()))
+        for (const QScreen* screen : QGuiApplication::screens())
+            ratio = std::max(ratio, screen->devicePixelRatio());
+    if (ratio > 1) {
+        QString dense = path;
+        dense.insert(dense.size() - kImageType.size(), QStringLiteral("@2x"));
+        QPixmap picture(dense);
+        if (!picture.isNull()) {
+            picture.setDevicePixelRatio(2);
+            return picture;
+        }
+    }
+    return QPixmap(path);
 }

@@ -8,6 +8,8 @@
 /// The framework picture called `name`. In a pro application (isRunningAsProApp) the
 /// variant "<name>_pro" is preferred when it exists; while the application palette is dark
 /// (pv_pavoBundleImagesAreDark) the variant with "_dark" appended is preferred over each.
+/// When a screen has a device pixel ratio above 1 and the chosen picture has a version
+/// drawn at twice the pixels ("<chosen>@2x"), that one is loaded, with ratio 2.
 /// A name without a picture gives a null pixmap; nothing is reported. Pictures loaded
 /// once do not follow a later palette change: load them again on
 /// QEvent::ApplicationPaletteChange.

@@ -45,8 +45,13 @@ TEST(OctavePicker, PicturesOfBothFormsExistAndFitTheKeyboard)
     for (bool large : {true, false}) {
         const QString suffix = large ? "" : "-short";
         for (const QString& name : {"octave-control-bg" + suffix, "octave-glyphKeys" + suffix,
-                 QString("octave-L_edge"), QString("octave-fill"), QString("octave-R_edge")})
-            EXPECT_FALSE(pv_loadPavoBundleImage(name).isNull()) << name.toStdString();
+                 QString("octave-L_edge"), QString("octave-fill"), QString("octave-R_edge")}) {
+            const QPixmap picture = pv_loadPavoBundleImage(name);
+            EXPECT_FALSE(picture.isNull()) << name.toStdString();
+            // Dense screens get the same picture at twice the pixels.
+            const QPixmap dense(pv_pavoBundleImagePath(name).replace(".png", "@2x.png"));
+            EXPECT_EQ(dense.size(), picture.size() * 2) << name.toStdString();
+        }
         const QSize bg = pv_loadPavoBundleImage("octave-control-bg" + suffix).size();
         const QSize keys = pv_loadPavoBundleImage("octave-glyphKeys" + suffix).size();
         std::unique_ptr<DfOctavePickerView> view(DfOctavePickerView::octavePickerViewLarge(large));
