@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <new>
 
 PvMatrix::PvMatrix(QWidget* parent)
     : PvControl(parent)
@@ -16,7 +17,30 @@ PvMatrix::PvMatrix(Mode mode, int rows, int columns, QWidget* parent)
     : PvControl(parent)
     , m_mode(mode)
 {
+    if (rows > 0 && columns > 0) {
+        m_cellBlockFree = size_t(rows) * size_t(columns);
+        m_cellBlock.reset(new std::byte[m_cellBlockFree * sizeof(PvCell)]);
+    }
     renewRows(rows, columns);
+    m_cellBlockFree = 0; // later cells come from makeCell()
+}
+
+void PvMatrix::CellDisposal::operator()(PvCell* cell) const
+{
+    if (inBlock)
+        cell->~PvCell();
+    else
+        delete cell;
+}
+
+PvMatrix::CellPtr PvMatrix::newCell(int row, int column)
+{
+    if (m_cellBlockFree > 0) {
+        --m_cellBlockFree;
+        void* place = m_cellBlock.get() + m_cellBlockUsed++ * sizeof(PvCell);
+        return CellPtr(new (place) PvCell(), CellDisposal {true});
+    }
+    return CellPtr(makeCell(row, column).release());
 }
 
 PvMatrix::~PvMatrix()
@@ -145,14 +169,14 @@ void PvMatrix::renewRows(int rows, int columns)
     if (rows == 0 || columns == 0)
         rows = columns = 0;
     cancelTracking();
-    std::vector<std::unique_ptr<PvCell>> cells(size_t(rows) * size_t(columns));
+    std::vector<CellPtr> cells(size_t(rows) * size_t(columns));
     for (int r = 0; r < rows; ++r) {
         for (int c = 0; c < columns; ++c) {
             auto& slot = cells[size_t(r * columns + c)];
             if (r < m_rows && c < m_columns)
                 slot = std::move(m_cells[size_t(indexOf(r, c))]);
             else
-                slot = makeCell(r, c);
+                slot = newCell(r, c);
             adoptNewCell(slot.get());
         }
     }
@@ -196,7 +220,7 @@ void PvMatrix::insertRow(int row)
     }
     cancelTracking();
     for (int c = 0; c < m_columns; ++c) {
-        auto cell = makeCell(row, c);
+        CellPtr cell(makeCell(row, c).release());
         adoptNewCell(cell.get());
         m_cells.insert(m_cells.begin() + row * m_columns + c, std::move(cell));
     }
@@ -218,12 +242,12 @@ void PvMatrix::insertColumn(int column)
         return;
     }
     cancelTracking();
-    std::vector<std::unique_ptr<PvCell>> cells;
+    std::vector<CellPtr> cells;
     cells.reserve(size_t(m_rows) * size_t(m_columns + 1));
     for (int r = 0; r < m_rows; ++r) {
         for (int c = 0; c <= m_columns; ++c) {
             if (c == column) {
-                auto cell = makeCell(r, c);
+                CellPtr cell(makeCell(r, c).release());
                 adoptNewCell(cell.get());
                 cells.push_back(std::move(cell));
             }
@@ -287,7 +311,7 @@ void PvMatrix::putCell(std::unique_ptr<PvCell> cell, int row, int column)
     cancelTracking();
     adoptNewCell(cell.get());
     setStoredIndexOfCell(cell.get(), indexOf(row, column));
-    m_cells[size_t(indexOf(row, column))] = std::move(cell);
+    m_cells[size_t(indexOf(row, column))] = CellPtr(cell.release());
     setNeedsDisplayInRect(cellFrameAt(row, column));
 }
 

@@ -3,6 +3,7 @@
 
 #include "PvControl.h"
 
+#include <cstddef>
 #include <vector>
 
 /**
@@ -147,10 +148,23 @@ private:
     void finishClick(const PvEvent& event);
     void keepRadioSelection();
 
+    // Cells made by the constructor can only be plain PvCells (no subclass can take part
+    // yet), so they are made side by side in one block instead of one allocation each; a
+    // cell in the block is destroyed in place and the block goes with the matrix.
+    struct CellDisposal {
+        bool inBlock = false;
+        void operator()(PvCell* cell) const;
+    };
+    using CellPtr = std::unique_ptr<PvCell, CellDisposal>;
+    CellPtr newCell(int row, int column);
+
     Mode m_mode = RadioModeMatrix;
     int m_rows = 0;
     int m_columns = 0;
-    std::vector<std::unique_ptr<PvCell>> m_cells; // row-major
+    std::unique_ptr<std::byte[]> m_cellBlock; // before m_cells: it outlives them
+    size_t m_cellBlockFree = 0; // cells the block still has room for
+    size_t m_cellBlockUsed = 0;
+    std::vector<CellPtr> m_cells; // row-major
     std::unique_ptr<PvCell> m_prototype;
     QSizeF m_cellSize {100.0, 17.0};
     QSizeF m_spacing {1.0, 1.0};
@@ -163,6 +177,5 @@ private:
     bool m_drawsBackground = false;
     bool m_selectionChanged = false;
     bool m_pressHit = false; // the current press started on an enabled cell
-    // Index of each cell, rebuilt on demand after the cells change.
     QByteArray m_doubleAction;
 };
