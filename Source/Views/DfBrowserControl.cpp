@@ -333,7 +333,9 @@ DfBrowserControl::DfBrowserControl(QWidget* parent)
 DfBrowserControl::~DfBrowserControl()
 {
     pv_cancelPreviousPerformRequests(this);
-    if (m_fileInspectorView && !m_releasesFileInspectorView)
+    if (m_fileInspectorView && m_releasesFileInspectorView)
+        delete m_fileInspectorView;
+    else if (m_fileInspectorView)
         m_fileInspectorView->setParent(nullptr); // the host keeps it
 }
 

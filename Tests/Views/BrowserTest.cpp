@@ -2,9 +2,12 @@
 // clicks, the inspector and row drags.
 #include <Pavo/PavoUI.h>
 
+#include <QDir>
+#include <QFile>
 #include <QLineEdit>
 #include <QMimeData>
 #include <QStyleHints>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QWindow>
 #include <gtest/gtest.h>
@@ -300,4 +303,67 @@ TEST_F(BrowserFixture, TheInspectorFollowsASelectedLeafAndRowsAreDragged)
     EXPECT_EQ(delegate.draggedRows, QList<int>({1}));
     EXPECT_EQ(browser->dragged, "rows image");
     browser->setFileInspectorView(nullptr);
+}
+
+TEST(FileSystemBrowser, ListsFoldersNaturallyAndInspectsAudioFiles)
+{
+    QTemporaryDir dir;
+    ASSERT_TRUE(dir.isValid());
+    QDir(dir.path()).mkpath("sub 10");
+    QDir(dir.path()).mkpath("Sub 9");
+    for (const char* name : {"take 2.txt", "Take 10.txt", ".hidden"}) {
+        QFile f(dir.filePath(name));
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+    }
+    FSRef folder {};
+    ASSERT_EQ(PathToFSRef(dir.path(), &folder), noErr);
+    {
+        CAuFileIO io;
+        ASSERT_EQ(
+            io.CreateAndOpen(&folder, "tone.wav", 0, 2, 16, 8000, int32_t(PvFourCC("WAVE")), nullptr), 0);
+        std::vector<float> samples(800 * 2, 0.0f);
+        for (int f = 400; f < 800; ++f)
+            samples[size_t(f) * 2] = 0.5f; // left channel loud in the second half only
+        ASSERT_EQ(io.WriteFloat(samples.data(), 0, 800), 0);
+        io.Close();
+    }
+    PvFileSystemBrowserDelegate delegate(dir.path());
+    EXPECT_EQ(delegate.sortedEntries(dir.path()),
+        QStringList({"Sub 9", "sub 10", "take 2.txt", "Take 10.txt", "tone.wav"}));
+    delegate.setShowsHiddenFiles(true);
+    EXPECT_EQ(delegate.sortedEntries(dir.path()).first(), ".hidden");
+    delegate.setShowsHiddenFiles(false);
+    EXPECT_TRUE(PvFileSystemBrowserDelegate::isAudioFileName("Kick.aif"));
+    EXPECT_FALSE(PvFileSystemBrowserDelegate::isAudioFileName("notes.txt"));
+
+    DfBrowserControl browser;
+    browser.resize(600, 200);
+    browser.setDelegate(&delegate);
+    PvAudioFileInspectorView inspector;
+    browser.setFileInspectorView(&inspector);
+    browser.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&browser));
+    ASSERT_TRUE(browser.setPath("/take 2.txt"));
+    EXPECT_EQ(browser.columnCount(), 1); // not audio: no inspector
+    auto* cell = dynamic_cast<PvBrowserCell*>(browser.cellAt(0, 0));
+    ASSERT_TRUE(cell);
+    EXPECT_FALSE(cell->isLeaf());
+    EXPECT_EQ(cell->absolutePath(), dir.filePath("Sub 9"));
+    ASSERT_TRUE(browser.setPath("/tone.wav"));
+    PvMatrix* matrix = browser.matrixInColumn(0);
+    QTest::mouseClick(matrix, Qt::LeftButton, {}, matrix->cellFrameAt(4, 0).center().toPoint());
+    ASSERT_EQ(browser.columnCount(), 2);
+    EXPECT_EQ(inspector.absolutePath(), dir.filePath("tone.wav"));
+    const QStringList facts = inspector.facts();
+    EXPECT_TRUE(facts.contains("Format: WAVE"));
+    EXPECT_TRUE(facts.contains("Channels: 2"));
+    EXPECT_TRUE(facts.contains("Rate: 8000 Hz"));
+    EXPECT_TRUE(facts.contains("Bit depth: 16"));
+    EXPECT_TRUE(facts.contains("Length: 0.100 s (800 frames)"));
+    EXPECT_TRUE(facts.contains("Byte order: little-endian"));
+    ASSERT_EQ(inspector.overview().size(), 2);
+    EXPECT_EQ(inspector.overview()[0].first(), 0.0f);
+    EXPECT_NEAR(inspector.overview()[0].last(), 0.5f, 0.001f);
+    EXPECT_EQ(inspector.overview()[1].last(), 0.0f);
+    browser.setFileInspectorView(nullptr);
 }
