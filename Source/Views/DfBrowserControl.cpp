@@ -61,7 +61,10 @@ protected:
     void paintEvent(QPaintEvent*) override
     {
         QPainter p(this);
-        p.fillRect(rect(), m_color.isValid() ? m_color : palette().color(QPalette::Window));
+        // A fixed grey only where it suits the palette; a dark palette keeps its own.
+        const QColor window = palette().color(QPalette::Window);
+        const bool fits = m_color.isValid() && (window.lightness() >= 128) == (m_color.lightness() >= 128);
+        p.fillRect(rect(), fits ? m_color : window);
         p.setPen(m_frameColor.isValid() ? m_frameColor : palette().color(QPalette::Mid));
         p.drawLine(width() - 1, 0, width() - 1, height());
     }
@@ -467,10 +470,8 @@ void DfBrowserControl::privateAddColumn(bool inspector)
     QWidget* view = nullptr;
     if (inspector) {
         auto* holder = new DfInspectorDocument;
-        holder->resize(scrollView->contentSize().width(), int(height));
         if (m_fileInspectorView) {
             m_fileInspectorView->setParent(holder);
-            m_fileInspectorView->setGeometry(0, 0, holder->width(), m_fileInspectorView->sizeHint().height());
             m_fileInspectorView->show();
         }
         m_inspectorDocument = holder;
@@ -483,6 +484,8 @@ void DfBrowserControl::privateAddColumn(bool inspector)
     }
     scrollView->setDocumentView(view);
     m_columnScrollViews.push_back(scrollView);
+    if (inspector)
+        sizeInspectorDocument();
     m_columnViews.push_back(view);
     scrollView->setParent(document);
     scrollView->show();
@@ -740,7 +743,21 @@ void DfBrowserControl::layoutHeights()
     const int top = m_titled ? int(kTitleHeight) : 0;
     for (PvScrollView* v : m_columnScrollViews)
         v->resize(v->width(), std::max(0, h - top));
+    sizeInspectorDocument();
     fillUpWithDummyScrollViews();
+}
+
+void DfBrowserControl::sizeInspectorDocument()
+{
+    const int column = m_inspectorDocument ? columnOfView(m_inspectorDocument) : -1;
+    if (column < 0)
+        return;
+    PvScrollView* v = m_columnScrollViews[size_t(column)];
+    const int width = v->contentSize().width();
+    const int wanted = m_fileInspectorView ? m_fileInspectorView->sizeHint().height() : 0;
+    m_inspectorDocument->resize(width, std::max(v->contentSize().height(), wanted));
+    if (m_fileInspectorView)
+        m_fileInspectorView->setGeometry(0, 0, width, std::max(v->contentSize().height(), wanted));
 }
 
 void DfBrowserControl::resizeEvent(QResizeEvent* event)

@@ -337,6 +337,7 @@ private:
     void adjustDocumentViewWidthToColumnSum(bool withPhantom);
     void fillUpWithDummyScrollViews();
     void layoutHeights();
+    void sizeInspectorDocument();
     void setUpMatrix(PvBrowserMatrix* matrix, int column, double width);
     int handleMatrixAction(PvMatrix* matrix, bool needsToBeFirstResponder);
     void selectCellInColumn(int row, int column);

@@ -70,7 +70,7 @@ QWidget* browserPage()
     auto* folder = new SampleFolder(demo);
     auto* v = new QVBoxLayout(demo);
     auto* browser = new DfMetalBrowser;
-    browser->setMinimumSize(720, 300);
+    browser->setMinimumSize(540, 300);
     browser->setTitled(true);
     browser->setScrollAnimationDuration(0.25);
     browser->setHasHorizontalAutoScrolling(true);
@@ -80,12 +80,12 @@ QWidget* browserPage()
     browser->setFileInspectorView(inspector);
     browser->setReleasesFileInspectorView(true);
     QObject::connect(browser, &QObject::destroyed, [delegate] {});
-    v->addWidget(browser, 1);
     browser->loadColumnZero();
-    browser->setPath("/bell.wav");
+    // Start on the generated folder with a sound selected, so its inspector shows.
+    browser->selectCellWithAbsolutePath(
+        QDir(folder->dir.path()).filePath("bell.wav"), browser->matrixInColumn(0));
 
-    auto* settings = new QWidget;
-    auto* h = new QHBoxLayout(settings);
+    auto* h = new QHBoxLayout;
     auto* root = new QComboBox;
     root->addItems({"Generated samples", "Home folder"});
     root->setAccessibleName("Browsed folder");
@@ -96,10 +96,12 @@ QWidget* browserPage()
     h->addWidget(new QLabel("Folder:"));
     h->addWidget(root);
     h->addStretch(1);
+    v->addLayout(h);
+    v->addWidget(browser, 1);
     return makePage("Column browser",
         "Folders in columns: arrows move between and within columns, the splitter under each scroller "
         "resizes its column, an audio file shows its format, chunks and waveform.",
-        demo, settings);
+        demo, nullptr);
 }
 
 } // namespace PavoGallery
