@@ -321,10 +321,10 @@ TEST(FileSystemBrowser, ListsFoldersNaturallyAndInspectsAudioFiles)
         CAuFileIO io;
         ASSERT_EQ(
             io.CreateAndOpen(&folder, "tone.wav", 0, 2, 16, 8000, int32_t(PvFourCC("WAVE")), nullptr), 0);
-        std::vector<float> samples(800 * 2, 0.0f);
-        for (int f = 400; f < 800; ++f)
+        std::vector<float> samples(16000 * 2, 0.0f);
+        for (int f = 8000; f < 16000; ++f)
             samples[size_t(f) * 2] = 0.5f; // left channel loud in the second half only
-        ASSERT_EQ(io.WriteFloat(samples.data(), 0, 800), 0);
+        ASSERT_EQ(io.WriteFloat(samples.data(), 0, 16000), 0);
         io.Close();
     }
     PvFileSystemBrowserDelegate delegate(dir.path());
@@ -359,7 +359,7 @@ TEST(FileSystemBrowser, ListsFoldersNaturallyAndInspectsAudioFiles)
     EXPECT_TRUE(facts.contains("Channels: 2"));
     EXPECT_TRUE(facts.contains("Rate: 8000 Hz"));
     EXPECT_TRUE(facts.contains("Bit depth: 16"));
-    EXPECT_TRUE(facts.contains("Length: 0.100 s (800 frames)"));
+    EXPECT_TRUE(facts.contains("Length: 2.000 s (16000 frames)"));
     EXPECT_TRUE(facts.contains("Byte order: little-endian"));
     ASSERT_EQ(inspector.overview().size(), 2);
     EXPECT_EQ(inspector.overview()[0].first(), 0.0f);
