@@ -528,9 +528,10 @@ void DfBrowserControl::privateRemoveLastColumn()
         else
             setFocus(Qt::OtherFocusReason);
     }
+    // The column may be removed from within one of its own matrix's event handlers, so it
+    // goes when control returns to the event loop (or with the browser, if that is sooner).
     scrollView->hide();
     scrollView->deleteLater();
-    scrollView->setParent(nullptr);
     delete titleView;
 }
 
