@@ -367,3 +367,28 @@ TEST(FileSystemBrowser, ListsFoldersNaturallyAndInspectsAudioFiles)
     EXPECT_EQ(inspector.overview()[1].last(), 0.0f);
     browser.setFileInspectorView(nullptr);
 }
+
+TEST_F(BrowserFixture, TitlesFollowTheSelectionAndColumnsScrollIntoViewAnimated)
+{
+    PvClock::ScopedOverride clock(10.0);
+    browser->setTitled(true);
+    browser->setColumnWidth(300);
+    browser->setScrollAnimationDuration(0.3);
+    browser->loadColumnZero();
+    EXPECT_EQ(browser->scrollViewOfColumn(0)->y(), 16); // under its title
+    clickRow(0, 1);
+    EXPECT_EQ(browser->titleOfColumn(0), "");
+    EXPECT_EQ(browser->titleOfColumn(1), "a1");
+    EXPECT_EQ(browser->mainScrollView()->documentVisibleRect().x(), 0);
+    // Column 0 keeps the 200 points remembered from before: the third column ends at 800,
+    // beyond the visible 698 points.
+    clickRow(1, 2);
+    EXPECT_EQ(browser->titleOfColumn(2), "a2");
+    ASSERT_TRUE(browser->scrollAnimation()->isAnimating());
+    clock.advance(0.3);
+    browser->scrollAnimation()->handleIdle();
+    EXPECT_EQ(browser->mainScrollView()->documentVisibleRect().x(), 102);
+    // Going back left scrolls at once when not animated.
+    browser->scrollColumnToVisible(0);
+    EXPECT_EQ(browser->mainScrollView()->documentVisibleRect().x(), 0);
+}
