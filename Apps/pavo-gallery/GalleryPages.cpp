@@ -44,6 +44,7 @@ QList<Page> pages()
         {"Pop-up menus", popUpPage},
         {"Slide animation", slideAnimationPage},
         {"Browser cells", browserCellPage},
+        {"Column browser", browserPage},
     };
 }
 

@@ -46,5 +46,6 @@ QWidget* slotDragPage();
 QWidget* popUpPage();
 QWidget* slideAnimationPage();
 QWidget* browserCellPage();
+QWidget* browserPage();
 
 } // namespace PavoGallery

@@ -1,0 +1,107 @@
+#include "PageKit.h"
+
+#include <Pavo/PavoUI.h>
+
+#include <QComboBox>
+#include <QDir>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QTemporaryDir>
+#include <QVBoxLayout>
+
+#include <cmath>
+#include <memory>
+
+namespace PavoGallery {
+
+namespace {
+
+// Writes a short tone: a decaying sine per channel, a fifth apart.
+void writeTone(const FSRef& folder, const QString& name, int channels, int bits, int rate, uint32_t type,
+    double seconds, double hz)
+{
+    CAuFileIO io;
+    if (io.CreateAndOpen(&folder, name, 0, channels, bits, rate, int32_t(type), nullptr) != 0)
+        return;
+    const int frames = int(seconds * rate);
+    std::vector<float> samples(size_t(frames) * size_t(channels));
+    for (int f = 0; f < frames; ++f)
+        for (int c = 0; c < channels; ++c) {
+            const double t = double(f) / rate;
+            const double envelope = std::exp(-3.0 * t / seconds) * (0.4 + 0.5 * std::fabs(std::sin(6.0 * t)));
+            samples[size_t(f) * size_t(channels) + size_t(c)]
+                = float(envelope * std::sin(2.0 * M_PI * hz * (1.0 + 0.5 * c) * t));
+        }
+    io.WriteFloat(samples.data(), 0, frames);
+    io.Close();
+}
+
+// The generated sample folder; removed with the page.
+class SampleFolder : public QObject {
+public:
+    explicit SampleFolder(QObject* parent)
+        : QObject(parent)
+    {
+        FSRef root {};
+        if (!dir.isValid() || PathToFSRef(dir.path(), &root) != noErr)
+            return;
+        QDir(dir.path()).mkpath("Drums/Kicks");
+        QDir(dir.path()).mkpath("Pads");
+        FSRef drums {}, kicks {}, pads {};
+        PathToFSRef(dir.filePath("Drums"), &drums);
+        PathToFSRef(dir.filePath("Drums/Kicks"), &kicks);
+        PathToFSRef(dir.filePath("Pads"), &pads);
+        writeTone(root, "Bass 2.aif", 1, 16, 44100, PvFourCC("AIFF"), 0.8, 55);
+        writeTone(root, "Bass 10.aif", 1, 24, 48000, PvFourCC("AIFF"), 0.5, 73);
+        writeTone(root, "bell.wav", 2, 16, 44100, PvFourCC("WAVE"), 1.2, 660);
+        writeTone(drums, "Snare.wav", 2, 16, 44100, PvFourCC("WAVE"), 0.3, 190);
+        writeTone(kicks, "Kick 1.wav", 1, 16, 44100, PvFourCC("WAVE"), 0.4, 50);
+        writeTone(kicks, "Kick 12.wav", 1, 16, 44100, PvFourCC("WAVE"), 0.4, 45);
+        writeTone(pads, "Warm pad.aif", 2, 24, 48000, PvFourCC("AIFF"), 1.5, 220);
+    }
+    QTemporaryDir dir;
+};
+
+} // namespace
+
+QWidget* browserPage()
+{
+    auto* demo = new QWidget;
+    auto* folder = new SampleFolder(demo);
+    auto* v = new QVBoxLayout(demo);
+    auto* browser = new DfMetalBrowser;
+    browser->setMinimumSize(540, 300);
+    browser->setTitled(true);
+    browser->setScrollAnimationDuration(0.25);
+    browser->setHasHorizontalAutoScrolling(true);
+    auto delegate = std::make_shared<PvFileSystemBrowserDelegate>(folder->dir.path());
+    browser->setDelegate(delegate.get());
+    auto* inspector = new PvAudioFileInspectorView;
+    browser->setFileInspectorView(inspector);
+    browser->setReleasesFileInspectorView(true);
+    QObject::connect(browser, &QObject::destroyed, [delegate] {});
+    browser->loadColumnZero();
+    // Start on the generated folder with a sound selected, so its inspector shows.
+    browser->selectCellWithAbsolutePath(
+        QDir(folder->dir.path()).filePath("bell.wav"), browser->matrixInColumn(0));
+
+    auto* h = new QHBoxLayout;
+    auto* root = new QComboBox;
+    root->addItems({"Generated samples", "Home folder"});
+    root->setAccessibleName("Browsed folder");
+    QObject::connect(root, &QComboBox::currentIndexChanged, browser, [browser, delegate, folder](int index) {
+        delegate->setRootPath(index == 0 ? folder->dir.path() : QDir::homePath());
+        browser->loadColumnZero();
+    });
+    h->addWidget(new QLabel("Folder:"));
+    h->addWidget(root);
+    h->addStretch(1);
+    v->addLayout(h);
+    v->addWidget(browser, 1);
+    return makePage("Column browser",
+        "Folders in columns: arrows move between and within columns, the splitter under each scroller "
+        "resizes its column, an audio file shows its format, chunks and waveform.",
+        demo, nullptr);
+}
+
+} // namespace PavoGallery
