@@ -484,9 +484,9 @@ void DfBrowserControl::privateAddColumn(bool inspector)
     }
     scrollView->setDocumentView(view);
     m_columnScrollViews.push_back(scrollView);
+    m_columnViews.push_back(view); // both lists hold the column before it is sized
     if (inspector)
         sizeInspectorDocument();
-    m_columnViews.push_back(view);
     scrollView->setParent(document);
     scrollView->show();
     if (titleView) {
