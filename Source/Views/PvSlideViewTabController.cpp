@@ -15,14 +15,14 @@ PvSlideViewTabController::PvSlideViewTabController(QObject* parent)
 
 PvSlideViewTabController::~PvSlideViewTabController()
 {
-    if (m_animatedSlideView && m_animatedSlideView->delegate() == this)
-        m_animatedSlideView->setDelegate(m_animatedSlideViewDelegate);
+    if (animatedSlideView() && animatedSlideView()->delegate() == this)
+        animatedSlideView()->setDelegate(m_animatedSlideViewDelegate);
 }
 
 void PvSlideViewTabController::setAnimatedSlideView(PVAnimatedSlideView* view)
 {
-    if (m_animatedSlideView && m_animatedSlideView->delegate() == this)
-        m_animatedSlideView->setDelegate(m_animatedSlideViewDelegate);
+    if (animatedSlideView() && animatedSlideView()->delegate() == this)
+        animatedSlideView()->setDelegate(m_animatedSlideViewDelegate);
     m_animatedSlideView = view;
     m_animatedSlideViewDelegate = nullptr;
     if (view) {
@@ -91,7 +91,7 @@ void PvSlideViewTabController::buttonPressed(QAbstractButton* button)
         return;
     if (m_delegate && m_delegate->slideViewTabControllerIgnoreButtonPressed(this, button))
         return;
-    if (m_animatedSlideView && m_animatedSlideView->isSliding())
+    if (animatedSlideView() && animatedSlideView()->isSliding())
         return;
     const int tag = index + 1;
     int modelID = tag;
@@ -117,13 +117,13 @@ void PvSlideViewTabController::setModelID(int modelID, bool animate)
     }
     if (modelID == 0) {
         checkButtonWithTag(0);
-        if (m_animatedSlideView && m_animatedSlideView->isSlidedIn())
-            m_animatedSlideView->slideOutWithAnimation(animate);
+        if (animatedSlideView() && animatedSlideView()->isSlidedIn())
+            animatedSlideView()->slideOutWithAnimation(animate);
     } else {
         checkButtonWithTag(tag);
         selectViewWithTabViewItemIndex(tabIndex);
-        if (m_animatedSlideView && m_animatedSlideView->isSlidedOut())
-            m_animatedSlideView->slideInWithAnimation(animate);
+        if (animatedSlideView() && animatedSlideView()->isSlidedOut())
+            animatedSlideView()->slideInWithAnimation(animate);
     }
     emit modelIDChanged(m_modelID);
 }

@@ -87,7 +87,11 @@ public:
     ~PvSlideViewTabController() override;
 
     void setAnimatedSlideView(PVAnimatedSlideView* view);
-    PVAnimatedSlideView* animatedSlideView() const { return m_animatedSlideView; }
+    PVAnimatedSlideView* animatedSlideView() const
+    {
+        // Not a static cast: a view in the middle of its destruction is no slide view.
+        return qobject_cast<PVAnimatedSlideView*>(m_animatedSlideView.data());
+    }
     void setTabView(QTabWidget* tabView) { m_tabView = tabView; }
     QTabWidget* tabView() const { return m_tabView; }
     /// The buttons, tagged 1 to n in order (more than five are ignored). They become
@@ -119,7 +123,7 @@ private:
     void pvAnimatedSlideViewWillStartUserResize(PVAnimatedSlideView* view) override;
     void pvAnimatedSlideViewDidEndUserResize(PVAnimatedSlideView* view) override;
 
-    QPointer<PVAnimatedSlideView> m_animatedSlideView;
+    QPointer<QObject> m_animatedSlideView; // a PVAnimatedSlideView
     QPointer<QTabWidget> m_tabView;
     PvSlideViewTabControllerDelegate* m_delegate = nullptr;
     QList<QPointer<QAbstractButton>> m_buttons;
