@@ -98,7 +98,7 @@ void PvBasicSliderCell::setDoubleValue(double value)
         valueDidChange(old);
 }
 
-void PvBasicSliderCell::setObjectValue(const QVariant& value)
+void PvBasicSliderCell::setObjectValue(QVariant value)
 {
     bool ok = false;
     const double d = value.toDouble(&ok);

@@ -61,7 +61,7 @@ public:
     /// closest tick mark value. NaN is ignored.
     void setDoubleValue(double value) override;
     /// Numbers go to setDoubleValue(); anything else counts as 0.
-    void setObjectValue(const QVariant& value) override;
+    void setObjectValue(QVariant value) override;
 
     // ---- tick marks -----------------------------------------------------------------
     int numberOfTickMarks() const { return m_numberOfTickMarks; }

@@ -55,7 +55,7 @@ std::unique_ptr<PvCell> PvNumberEditorCell::clone() const
     return copy;
 }
 
-void PvNumberEditorCell::setObjectValue(const QVariant& value)
+void PvNumberEditorCell::setObjectValue(QVariant value)
 {
     bool ok = false;
     const double d = value.toDouble(&ok);

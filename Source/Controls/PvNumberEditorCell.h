@@ -88,7 +88,7 @@ public:
     /// Sets the value, clamped to the range; no action or delegate call follows.
     void setValue(int value) { setObjectValue(value); }
     /// Any value that converts to a number is rounded and clamped to the range.
-    void setObjectValue(const QVariant& value) override;
+    void setObjectValue(QVariant value) override;
     int minimum() const { return m_minimum; }
     int maximum() const { return m_maximum; }
     /// Sets the range (swapped when given backwards) and clamps the value into it.

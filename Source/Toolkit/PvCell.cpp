@@ -107,9 +107,9 @@ void PvCell::setEnabled(bool enabled)
     }
 }
 
-void PvCell::setObjectValue(const QVariant& value)
+void PvCell::setObjectValue(QVariant value)
 {
-    m_value = value;
+    m_value = std::move(value);
     setNeedsDisplay();
 }
 

@@ -68,13 +68,14 @@ public:
     // ---- value -------------------------------------------------------------------
     /// The value; a null variant when none was set.
     QVariant objectValue() const { return m_value; }
-    virtual void setObjectValue(const QVariant& value);
+    /// Takes the value by value, so that a temporary moves in without a copy.
+    virtual void setObjectValue(QVariant value);
     /// The value as text, number or integer; 0 or "" when it does not convert.
     QString stringValue() const;
     virtual double doubleValue() const;
     float floatValue() const { return float(doubleValue()); }
     int intValue() const;
-    void setStringValue(const QString& value) { setObjectValue(value); }
+    void setStringValue(const QString& value) { setObjectValue(QVariant(value)); }
     virtual void setDoubleValue(double value) { setObjectValue(value); }
     void setFloatValue(float value) { setDoubleValue(value); }
     void setIntValue(int value) { setObjectValue(value); }

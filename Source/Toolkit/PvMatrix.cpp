@@ -178,10 +178,10 @@ void PvMatrix::renewRows(int rows, int columns)
             else
                 slot = newCell(r, c);
             adoptNewCell(slot.get());
+            setStoredIndexOfCell(slot.get(), r * columns + c);
         }
     }
     m_cells = std::move(cells);
-    cellsChanged();
     m_rows = rows;
     m_columns = columns;
     if (m_selectedRow >= m_rows || m_selectedColumn >= m_columns)

@@ -118,9 +118,9 @@ void PvBrowserCell::setDrawsBranchImage(bool draws)
     setNeedsCalc();
 }
 
-void PvBrowserCell::setObjectValue(const QVariant& value)
+void PvBrowserCell::setObjectValue(QVariant value)
 {
-    PvCell::setObjectValue(value);
+    PvCell::setObjectValue(std::move(value));
     setNeedsCalc();
 }
 

@@ -77,7 +77,7 @@ public:
     QString absolutePath() const { return m_absolutePath; }
     void setAbsolutePath(const QString& path) { m_absolutePath = path; }
 
-    void setObjectValue(const QVariant& value) override;
+    void setObjectValue(QVariant value) override;
     void setEnabled(bool enabled) override;
     void setState(int state) override;
 
