@@ -183,6 +183,8 @@ void DfStereoLevelMeterView::mouseDown(const PvEvent&)
 
 void DfStereoLevelMeterView::drawRect(QPainter& painter, const QRectF& dirtyRect)
 {
+    // The meters copy whole pixels of their pictures; edge smoothing would only cost time.
+    painter.setRenderHint(QPainter::Antialiasing, false);
     QRectF left, right;
     getCellFrames(&left, &right);
     if (dirtyRect.intersects(right))
