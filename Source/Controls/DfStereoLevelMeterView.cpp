@@ -13,6 +13,8 @@ DfStereoLevelMeterView::DfStereoLevelMeterView(QWidget* parent)
     setFocusPolicy(Qt::NoFocus);
     adoptCell(m_cellL.get());
     adoptCell(m_cellR.get());
+    m_cellL->setAccessibilityLabel(tr("Left"));
+    m_cellR->setAccessibilityLabel(tr("Right"));
 }
 
 DfStereoLevelMeterView::DfStereoLevelMeterView(const QRect& frame, QWidget* parent)

@@ -15,7 +15,7 @@ QVariant valueOf(const PvCell* cell)
 }
 
 // Sets a ranged cell's value from assistive technology, as a user's change: the value
-// is clamped, the cell redrawn and the action sent.
+// is clamped, the cell redrawn and the action sent, if the value changed.
 void setValueOf(PvCell* cell, PvControl* control, const QVariant& value)
 {
     bool ok = false;
@@ -24,7 +24,10 @@ void setValueOf(PvCell* cell, PvControl* control, const QVariant& value)
         return;
     const double low = std::min(cell->minValue(), cell->maxValue());
     const double high = std::max(cell->minValue(), cell->maxValue());
+    const double before = cell->accessibleDoubleValue();
     cell->setAccessibleDoubleValue(std::clamp(v, low, high));
+    if (cell->accessibleDoubleValue() == before)
+        return;
     control->updateCell(cell);
     cell->sendAction(control);
 }
@@ -207,8 +210,13 @@ QString PvAccessibleCell::text(QAccessible::Text t) const
         if (!c->accessibilityLabel().isEmpty())
             return c->accessibilityLabel();
         return c->hasValueRange() ? QString() : c->stringValue();
-    case QAccessible::Value:
-        return c->hasValueRange() ? c->stringValue() : QString();
+    case QAccessible::Value: {
+        if (!c->hasValueRange())
+            return {};
+        // A cell that keeps its number elsewhere than in its object value reads as that number.
+        const QString text = c->stringValue();
+        return text.isEmpty() ? QString::number(c->accessibleDoubleValue()) : text;
+    }
     default:
         return {};
     }

@@ -2,6 +2,8 @@
 // clicks and tool tips, through a real stereo view.
 #include <Pavo/PavoUI.h>
 
+#include <QAccessible>
+#include <QAccessibleValueInterface>
 #include <QPainter>
 #include <QSignalSpy>
 #include <QTest>
@@ -313,6 +315,28 @@ TEST_F(MeterFixture, FourToolTipAreasOverTheStripsAndClipLEDs)
     view->setToolTips(nullptr, &peak); // the previous four go
     EXPECT_EQ(tipAt(50, 5), "own");
     EXPECT_EQ(tipAt(124, 18), "peak " + QString::number(view->toolTipTagPeakR()));
+}
+
+TEST_F(MeterFixture, AssistiveTechnologyReadsTwoNamedLevelsAndCannotSetThem)
+{
+    QAccessibleInterface* iface = QAccessible::queryAccessibleInterface(view);
+    ASSERT_NE(iface, nullptr);
+    ASSERT_EQ(iface->childCount(), 2);
+    view->setLevelL(0.25f, 0.75f);
+    QAccessibleInterface* left = iface->child(0);
+    QAccessibleInterface* right = iface->child(1);
+    EXPECT_EQ(left->role(), QAccessible::ProgressBar);
+    EXPECT_EQ(left->text(QAccessible::Name), "Left");
+    EXPECT_EQ(right->text(QAccessible::Name), "Right");
+    EXPECT_EQ(left->text(QAccessible::Value), "0.25");
+    ASSERT_NE(right->valueInterface(), nullptr);
+    EXPECT_DOUBLE_EQ(right->valueInterface()->currentValue().toDouble(), 0.75);
+    Target target;
+    view->setTarget(&target);
+    view->setAction("meterClicked");
+    right->valueInterface()->setCurrentValue(0.1);
+    EXPECT_DOUBLE_EQ(right->valueInterface()->currentValue().toDouble(), 0.75);
+    EXPECT_TRUE(target.senders.isEmpty());
 }
 
 #include "LevelMeterTest.moc"
