@@ -29,40 +29,34 @@ void DfStereoLevelMeterView::setImageIDs(int32_t levelMeterImageID, int32_t peak
 {
     m_ImageIDLevel = levelMeterImageID;
     m_ImageIDPeak = peakLEDImageID;
-    m_cellL->setImageIDs(levelMeterImageID, peakLEDImageID);
-    m_cellR->setImageIDs(levelMeterImageID, peakLEDImageID);
+    forBoth(&PvLevelMeterCell::setImageIDs, levelMeterImageID, peakLEDImageID);
     updateGeometry();
     update();
 }
 
 void DfStereoLevelMeterView::setLEDCount(uint32_t count)
 {
-    m_cellL->setLEDCount(count);
-    m_cellR->setLEDCount(count);
+    forBoth(&PvLevelMeterCell::setLEDCount, count);
 }
 
 void DfStereoLevelMeterView::setFallBackStep(float step)
 {
-    m_cellL->setFallBackStep(step);
-    m_cellR->setFallBackStep(step);
+    forBoth(&PvLevelMeterCell::setFallBackStep, step);
 }
 
 void DfStereoLevelMeterView::setFallBackStepTime(double seconds)
 {
-    m_cellL->setFallBackStepTime(seconds);
-    m_cellR->setFallBackStepTime(seconds);
+    forBoth(&PvLevelMeterCell::setFallBackStepTime, seconds);
 }
 
 void DfStereoLevelMeterView::setMaxLevelHoldTime(double seconds)
 {
-    m_cellL->setMaxLevelHoldTime(seconds);
-    m_cellR->setMaxLevelHoldTime(seconds);
+    forBoth(&PvLevelMeterCell::setMaxLevelHoldTime, seconds);
 }
 
 void DfStereoLevelMeterView::setOnStateLEDInset(float inset)
 {
-    m_cellL->setOnStateLEDInset(inset);
-    m_cellR->setOnStateLEDInset(inset);
+    forBoth(&PvLevelMeterCell::setOnStateLEDInset, inset);
 }
 
 void DfStereoLevelMeterView::setLevelL(float left, float right, bool force)

@@ -88,6 +88,14 @@ protected:
     void forEachCell(const std::function<void(PvCell*)>& f) override;
 
 private:
+    // Gives both meters the same setting.
+    template <class... Params, class... Args>
+    void forBoth(void (PvLevelMeterCell::*set)(Params...), Args... args)
+    {
+        (m_cellL.get()->*set)(args...);
+        (m_cellR.get()->*set)(args...);
+    }
+
     std::unique_ptr<PvLevelMeterCell> m_cellL;
     std::unique_ptr<PvLevelMeterCell> m_cellR;
     int32_t m_ImageIDLevel = 0;
