@@ -204,9 +204,9 @@ void PvLevelMeterCell::drawInteriorWithFrame(QPainter& painter, const QRectF& ce
     const qreal stripTop = frame.bottom() - H;
 
     // Copies part (in points of picture) to the same place of the strip standing at
-    // (x, stripTop); parts are clipped to the picture.
-    auto copy = [&painter, x, stripTop](const QPixmap& picture, QRectF part) {
-        part &= QRectF(QPointF(0, 0), picture.deviceIndependentSize());
+    // (x, stripTop); parts are clipped to the picture, whose size in points is given.
+    auto copy = [&painter, x, stripTop](const QPixmap& picture, const QSizeF& size, QRectF part) {
+        part &= QRectF(QPointF(0, 0), size);
         if (part.isEmpty())
             return;
         const qreal ratio = picture.devicePixelRatio();
@@ -214,17 +214,19 @@ void PvLevelMeterCell::drawInteriorWithFrame(QPainter& painter, const QRectF& ce
             QRectF(part.topLeft() * ratio, part.size() * ratio));
     };
     if (!off.isNull()) {
-        const QPixmap on = provider->imageForID(m_levelMeterImageID, kLit);
+        const bool hold = m > 0.0f && d < 1.0f && holdEnd > litLength; // else drawn already
+        const QPixmap on = d > 0.0f || hold ? provider->imageForID(m_levelMeterImageID, kLit) : QPixmap();
+        const QSizeF onSize = on.isNull() ? QSizeF() : on.deviceIndependentSize();
         if (d < 1.0f) {
             const float s = litLength + (litLength >= 1.0f ? inset : 0.0f);
-            copy(off, QRectF(s, 0, W - s, H));
+            copy(off, stripSize, QRectF(s, 0, W - s, H));
         }
         if (d > 0.0f)
-            copy(on, QRectF(0, 0, litLength + inset, H));
-        if (m > 0.0f && d < 1.0f) {
+            copy(on, onSize, QRectF(0, 0, litLength + inset, H));
+        if (hold) {
             // The lit picture's column at the hold, less the picture's bottom row.
             const float x0 = holdEnd + inset - holdWidth;
-            copy(on, QRectF(x0, 0, holdWidth, H - 1));
+            copy(on, onSize, QRectF(x0, 0, holdWidth, H - 1));
         }
     }
     if (m_peakLEDImageID != kImage_None) {

@@ -153,7 +153,8 @@ PvControl* PvCell::controlView() const
 
 void PvCell::setControlView(PvControl* view)
 {
-    m_controlView = view;
+    if (m_controlView.data() != view) // cells are told their view on every draw
+        m_controlView = view;
 }
 
 void PvCell::setNeedsDisplay()
