@@ -114,15 +114,3 @@ void BM_ColumnView(benchmark::State& state)
 
 BENCHMARK(BM_Browser)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ColumnView)->Unit(benchmark::kMillisecond);
-
-int main(int argc, char** argv)
-{
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 1;
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}

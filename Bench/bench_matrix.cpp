@@ -228,15 +228,3 @@ BENCHMARK(BM_Matrix_ScrollToEnd)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_ListView_ScrollToEnd)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_Matrix_Paint)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_ListView_Paint)->Unit(benchmark::kMicrosecond);
-
-int main(int argc, char** argv)
-{
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 1;
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}

@@ -291,6 +291,10 @@ void BM_Paired_Bar(benchmark::State& state)
     runPaired(state, 0);
 }
 
+// The pictures of every meter in this program.
+[[maybe_unused]] const bool kPicturesInstalled
+    = (PvResourceProvider::setDefaultResourceProviderClass<Pictures>(), true);
+
 } // namespace
 
 BENCHMARK(BM_PlainFill)->Unit(benchmark::kMicrosecond);
@@ -298,17 +302,3 @@ BENCHMARK(BM_Meters_LED)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_Meters_Bar)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_Paired_LED)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_Paired_Bar)->Unit(benchmark::kMicrosecond);
-
-int main(int argc, char** argv)
-{
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication app(argc, argv);
-    PvResourceProvider::setDefaultResourceProviderClass<Pictures>();
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 1;
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    PvResourceProvider::setDefaultResourceProviderClass({});
-    return 0;
-}
