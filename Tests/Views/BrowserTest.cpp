@@ -6,11 +6,16 @@
 #include <QFile>
 #include <QLineEdit>
 #include <QMimeData>
+#include <QSignalSpy>
 #include <QStyleHints>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QWindow>
 #include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <time.h>
 
 namespace {
 
@@ -305,6 +310,114 @@ TEST_F(BrowserFixture, TheInspectorFollowsASelectedLeafAndRowsAreDragged)
     browser->setFileInspectorView(nullptr);
 }
 
+namespace {
+
+// Runs start and waits for the delegate's next finished listing.
+template <class Start> bool listed(PvFileSystemBrowserDelegate& delegate, Start start)
+{
+    QSignalSpy spy(&delegate, &PvFileSystemBrowserDelegate::listingFinished);
+    start();
+    return spy.wait();
+}
+
+QStringList rowsOf(PvMatrix* matrix)
+{
+    QStringList rows;
+    for (int i = 0; matrix && i < matrix->numberOfRows(); ++i)
+        rows << matrix->cellAt(i, 0)->stringValue() + (matrix->cellAt(i, 0)->isEnabled() ? "" : " (off)");
+    return rows;
+}
+
+void touch(const QString& path)
+{
+    QFile f(path);
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+}
+
+// Dates the folder an hour back, as a folder not changed while it is listed.
+void age(const QString& folder)
+{
+    timespec times[2] = {{::time(nullptr) - 3600, 0}, {::time(nullptr) - 3600, 0}};
+    ASSERT_EQ(utimensat(AT_FDCWD, QFile::encodeName(folder).constData(), times, 0), 0);
+}
+
+} // namespace
+
+TEST(FileSystemBrowser, ListsInTheBackgroundAndRefillsOnlyTheColumnStillShowingTheFolder)
+{
+    QTemporaryDir dir;
+    ASSERT_TRUE(dir.isValid());
+    for (const char* folder : {"one", "two"})
+        for (int i = 0; i < 3 && QDir(dir.path()).mkpath(folder); ++i)
+            touch(dir.filePath(QString("%1/%2 %3").arg(folder).arg(folder).arg(10 - i)));
+    touch(dir.filePath("B"));
+    age(dir.path());
+    PvFileSystemBrowserDelegate delegate(dir.path());
+    DfBrowserControl browser;
+    browser.resize(600, 200);
+    browser.setDelegate(&delegate);
+    browser.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&browser));
+    QStringList atEachListing; // column 1 when each listing is announced
+    QObject::connect(&delegate, &PvFileSystemBrowserDelegate::listingFinished, [&](const QString& folder) {
+        atEachListing << QFileInfo(folder).fileName() + ": " + rowsOf(browser.matrixInColumn(1)).join(",");
+    });
+    ASSERT_TRUE(listed(delegate, [&] {
+        browser.loadColumnZero();
+        EXPECT_EQ(rowsOf(browser.matrixInColumn(0)), QStringList({"Loading\u2026 (off)"}));
+        EXPECT_TRUE(delegate.isListing(dir.path()));
+    }));
+    EXPECT_EQ(rowsOf(browser.matrixInColumn(0)), QStringList({"B", "one", "two"}));
+    EXPECT_FALSE(delegate.isListing(dir.path()));
+
+    // A kept listing fills a new column at once; a changed folder or refresh() lists again.
+    browser.loadColumnZero();
+    EXPECT_EQ(rowsOf(browser.matrixInColumn(0)), QStringList({"B", "one", "two"}));
+    delegate.refresh();
+    browser.loadColumnZero();
+    EXPECT_EQ(browser.matrixInColumn(0)->numberOfRows(), 1);
+    ASSERT_TRUE(listed(delegate, [] {}));
+    touch(dir.filePath("a"));
+    browser.loadColumnZero();
+    EXPECT_EQ(browser.matrixInColumn(0)->numberOfRows(), 1);
+    ASSERT_TRUE(listed(delegate, [] {}));
+    EXPECT_EQ(rowsOf(browser.matrixInColumn(0)), QStringList({"a", "B", "one", "two"}));
+
+    // "one" is still being listed when "two" is chosen: its rows are not shown.
+    atEachListing.clear();
+    for (int i = 0; i < 4; ++i) // "a", "B", "one", "two"
+        QTest::keyClick(browser.matrixInColumn(0), Qt::Key_Down);
+    EXPECT_EQ(rowsOf(browser.matrixInColumn(1)), QStringList({"Loading\u2026 (off)"}));
+    QSignalSpy spy(&delegate, &PvFileSystemBrowserDelegate::listingFinished);
+    while (spy.size() < 2 && spy.wait()) { }
+    EXPECT_EQ(atEachListing, QStringList({"one: Loading\u2026 (off)", "two: two 8,two 9,two 10"}));
+    EXPECT_EQ(browser.path(), "/two/");
+}
+
+TEST(FileSystemBrowser, DestroyingTheBrowserOrDelegateWhileListingIsSafe)
+{
+    QTemporaryDir dir;
+    ASSERT_TRUE(dir.isValid());
+    for (int i = 0; i < 2000; ++i)
+        touch(dir.filePath(QString::number(i)));
+    auto delegate = std::make_unique<PvFileSystemBrowserDelegate>(dir.path());
+    auto browser = std::make_unique<DfBrowserControl>();
+    browser->setDelegate(delegate.get());
+    ASSERT_TRUE(listed(*delegate, [&] {
+        browser->loadColumnZero();
+        browser.reset(); // the listing arrives for no browser
+    }));
+    browser = std::make_unique<DfBrowserControl>();
+    browser->setDelegate(delegate.get());
+    delegate->refresh();
+    browser->loadColumnZero();
+    EXPECT_TRUE(delegate->isListing(dir.path()));
+    browser->setDelegate(nullptr);
+    delegate.reset(); // stops and joins the worker; a listing posted meanwhile is dropped
+    QCoreApplication::processEvents();
+    EXPECT_EQ(rowsOf(browser->matrixInColumn(0)), QStringList({"Loading\u2026 (off)"}));
+}
+
 TEST(FileSystemBrowser, ListsFoldersNaturallyAndInspectsAudioFiles)
 {
     QTemporaryDir dir;
@@ -343,6 +456,7 @@ TEST(FileSystemBrowser, ListsFoldersNaturallyAndInspectsAudioFiles)
     browser.setFileInspectorView(&inspector);
     browser.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&browser));
+    ASSERT_TRUE(listed(delegate, [&] { browser.loadColumnZero(); }));
     ASSERT_TRUE(browser.setPath("/take 2.txt"));
     EXPECT_EQ(browser.columnCount(), 1); // not audio: no inspector
     auto* cell = dynamic_cast<PvBrowserCell*>(browser.cellAt(0, 0));

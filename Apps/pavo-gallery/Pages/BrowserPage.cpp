@@ -80,10 +80,16 @@ QWidget* browserPage()
     browser->setFileInspectorView(inspector);
     browser->setReleasesFileInspectorView(true);
     QObject::connect(browser, &QObject::destroyed, [delegate] {});
+    // Start on the generated folder with a sound selected, so its inspector shows: the
+    // folder is listed in the background, so the sound is selected when its rows arrive.
+    auto first = std::make_shared<QMetaObject::Connection>();
+    *first = QObject::connect(
+        delegate.get(), &PvFileSystemBrowserDelegate::listingFinished, browser, [browser, folder, first] {
+            QObject::disconnect(*first);
+            browser->selectCellWithAbsolutePath(
+                QDir(folder->dir.path()).filePath("bell.wav"), browser->matrixInColumn(0));
+        });
     browser->loadColumnZero();
-    // Start on the generated folder with a sound selected, so its inspector shows.
-    browser->selectCellWithAbsolutePath(
-        QDir(folder->dir.path()).filePath("bell.wav"), browser->matrixInColumn(0));
 
     auto* h = new QHBoxLayout;
     auto* root = new QComboBox;
