@@ -4,12 +4,14 @@
 #include "CChunkData.h"
 #include "CFileUtil.h"
 #include "PvBrowserCell.h"
+#include "tagging.h"
 
 #include <QDir>
 #include <QDirIterator>
 #include <QFileInfo>
 #include <QMimeData>
 #include <QPainter>
+#include <QTextLayout>
 #include <QThread>
 #include <QUrl>
 
@@ -21,6 +23,8 @@
 #include <mutex>
 
 #include <cmath>
+#include <cstddef>
+#include <cstring>
 #include <sys/stat.h>
 #include <time.h>
 
@@ -266,7 +270,7 @@ QString PvFileSystemBrowserDelegate::keyOf(const QString& folder, bool hidden) c
 
 bool PvFileSystemBrowserDelegate::isListing(const QString& folder) const
 {
-    return m_worker && m_worker->isQueuedOrRunning(keyOf(folder, m_showsHidden));
+    return m_waiting.contains(keyOf(folder, m_showsHidden));
 }
 
 void PvFileSystemBrowserDelegate::refresh()
@@ -418,6 +422,27 @@ namespace {
 
 constexpr int kOverviewStretches = 160;
 
+constexpr int kMargin = 8;
+constexpr int kOverviewHeight = 70;
+
+// Lays text out in lines at most width wide, broken between words or, for a word too
+// long for a line, anywhere; returns the height of the lines.
+double layOut(QTextLayout& layout, double width)
+{
+    QTextOption option;
+    option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    layout.setTextOption(option);
+    layout.beginLayout();
+    double y = 0;
+    for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
+        line.setLineWidth(std::max(1.0, width));
+        line.setPosition(QPointF(0, y));
+        y += line.height();
+    }
+    layout.endLayout();
+    return y;
+}
+
 QString fourCC(uint32_t code)
 {
     QString s;
@@ -428,15 +453,60 @@ QString fourCC(uint32_t code)
 
 } // namespace
 
+namespace {
+
+// The basic tagging record as facts: its fields in host order, by offset.
+void readTagging(CAuFileIO& io, QStringList& facts)
+{
+    CChunkData chunk;
+    if (io.FindChunk(int32_t(PvFourCC("basc")), chunk) != 1) {
+        facts << PvAudioFileInspectorView::tr("Loop tagging: none");
+        return;
+    }
+    tagging::BasicTaggingChunk record {};
+    if (!chunk.mData || chunk.mSize < sizeof(record)) {
+        facts << PvAudioFileInspectorView::tr("Loop tagging: 'basc' too short (%1 of %2 bytes)")
+                     .arg(chunk.mSize)
+                     .arg(sizeof(record));
+        return;
+    }
+    std::memcpy(&record, chunk.mData, sizeof(record));
+    tagging::SwapBasicTaggingChunkToBig(&record); // file order to host order: the same swap
+    facts << PvAudioFileInspectorView::tr("Loop tagging: 'basc', %1 bytes").arg(chunk.mSize);
+    auto add = [&facts](const QString& name, size_t offset, uint32_t value) {
+        facts << QStringLiteral("%1 @%2: %3").arg(name).arg(offset).arg(value);
+    };
+    add(QStringLiteral("value1"), offsetof(tagging::BasicTaggingChunk, value1), record.value1);
+    add(QStringLiteral("value2"), offsetof(tagging::BasicTaggingChunk, value2), record.value2);
+    for (size_t i = 0; i < 5; ++i)
+        add(QStringLiteral("words[%1]").arg(i), offsetof(tagging::BasicTaggingChunk, words) + 2 * i,
+            record.words[i]);
+    for (size_t i = 0; i < 16; ++i)
+        add(QStringLiteral("values[%1]").arg(i), offsetof(tagging::BasicTaggingChunk, values) + 4 * i,
+            record.values[i]);
+}
+
+} // namespace
+
 PvAudioFileInspectorView::PvAudioFileInspectorView(QWidget* parent)
     : PvAbstractFileInspectorView(parent)
 {
     setAccessibleName(tr("Audio file inspector"));
 }
 
+int PvAudioFileInspectorView::heightForWidth(int width) const
+{
+    double height = kMargin + kOverviewHeight + kMargin;
+    for (const QString& fact : m_facts) {
+        QTextLayout layout(fact, font());
+        height += layOut(layout, width - 2 * kMargin);
+    }
+    return int(std::ceil(height)) + kMargin;
+}
+
 QSize PvAudioFileInspectorView::sizeHint() const
 {
-    return QSize(220, 60 + fontMetrics().lineSpacing() * (int(m_facts.size()) + 1) + 80);
+    return QSize(220, heightForWidth(220));
 }
 
 void PvAudioFileInspectorView::setAbsolutePath(const QString& path)
@@ -444,7 +514,7 @@ void PvAudioFileInspectorView::setAbsolutePath(const QString& path)
     PvAbstractFileInspectorView::setAbsolutePath(path);
     read();
     setAccessibleDescription(m_facts.join(QStringLiteral("; ")));
-    resize(width(), sizeHint().height());
+    resize(width(), heightForWidth(width()));
     update();
 }
 
@@ -481,7 +551,7 @@ void PvAudioFileInspectorView::read()
             chunks << QString::fromLatin1(id).trimmed();
     }
     m_facts << tr("Chunks: %1").arg(chunks.isEmpty() ? tr("none") : chunks.join(QStringLiteral(", ")));
-    m_facts << tr("Loop tagging: %1").arg(io.IsSorvikLoop() ? tr("yes") : tr("no"));
+    readTagging(io, m_facts);
 
     // The overview: the largest magnitude of each stretch, read block by block.
     if (channels <= 0 || frames == 0)
@@ -508,11 +578,8 @@ void PvAudioFileInspectorView::paintEvent(QPaintEvent*)
 {
     QPainter p(this);
     p.fillRect(rect(), palette().color(QPalette::Base));
-    p.setPen(palette().color(QPalette::Text));
-    const int line = fontMetrics().lineSpacing();
-    int y = 8;
     // The overview first, one lane per channel.
-    const QRect wave(8, y, width() - 16, 70);
+    const QRect wave(kMargin, kMargin, width() - 2 * kMargin, kOverviewHeight);
     p.fillRect(wave, palette().color(QPalette::AlternateBase));
     if (!m_overview.isEmpty()) {
         const int lanes = int(m_overview.size());
@@ -527,10 +594,12 @@ void PvAudioFileInspectorView::paintEvent(QPaintEvent*)
             }
         }
     }
-    y = wave.bottom() + 8 + fontMetrics().ascent();
     p.setPen(palette().color(QPalette::Text));
+    double y = wave.bottom() + 1 + kMargin;
     for (const QString& fact : m_facts) {
-        p.drawText(8, y, fontMetrics().elidedText(fact, Qt::ElideMiddle, width() - 16));
-        y += line;
+        QTextLayout layout(fact, font());
+        const double height = layOut(layout, width() - 2 * kMargin);
+        layout.draw(&p, QPointF(kMargin, y));
+        y += height;
     }
 }

@@ -65,8 +65,11 @@ public:
     /// Whether name is an audio file by the framework's naming rules.
     static bool isAudioFileName(const QString& name);
 
-    /// Whether a listing of folder (with the current hidden-files choice) is under way.
+    /// Whether columns wait for a listing of folder (with the current hidden-files
+    /// choice): true from the column's creation until the listing is received.
     bool isListing(const QString& folder) const;
+    /// How many folders columns wait for.
+    int pendingListingCount() const { return int(m_waiting.size()); }
     /// Forgets the kept listings: every folder is listed again for its next column.
     void refresh();
     /// The text of the disabled row a column shows while its folder is listed.
@@ -105,8 +108,11 @@ private:
 
 /**
     Shows what an audio file holds: container, channels, rate, bit depth, length, byte
-    order, the metadata chunks present, whether it carries loop tagging, and an overview of
-    its waveform (the peak of each stretch of samples, per channel).
+    order, the metadata chunks present, the basic loop-tagging record ('basc') when the
+    file carries one, each field in host order under its name in the record with its byte
+    offset (what the values mean is the tagging application's business), and an overview
+    of its waveform (the peak of each stretch of samples, per channel). Lines too long for
+    the view's width wrap, between words where possible.
 */
 class PvAudioFileInspectorView : public PvAbstractFileInspectorView {
     Q_OBJECT
@@ -120,6 +126,8 @@ public:
     const QVector<QVector<float>>& overview() const { return m_overview; }
     bool isReadable() const { return m_readable; }
     QSize sizeHint() const override;
+    bool hasHeightForWidth() const override { return true; }
+    int heightForWidth(int width) const override;
 
 protected:
     void paintEvent(QPaintEvent* event) override;

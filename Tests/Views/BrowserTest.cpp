@@ -438,6 +438,15 @@ TEST(FileSystemBrowser, ListsFoldersNaturallyAndInspectsAudioFiles)
         for (int f = 8000; f < 16000; ++f)
             samples[size_t(f) * 2] = 0.5f; // left channel loud in the second half only
         ASSERT_EQ(io.WriteFloat(samples.data(), 0, 16000), 0);
+        tagging::BasicTaggingChunk record {};
+        record.value1 = 0x01020304;
+        record.words[4] = 7;
+        record.values[15] = 99;
+        tagging::SwapBasicTaggingChunkToBig(&record); // to file order
+        CChunkData chunk;
+        chunk.mID = PvFourCC("basc");
+        chunk.SetData(&record, sizeof(record));
+        ASSERT_EQ(io.AddChunk(chunk, 0), 1);
         io.Close();
     }
     PvFileSystemBrowserDelegate delegate(dir.path());
@@ -475,6 +484,16 @@ TEST(FileSystemBrowser, ListsFoldersNaturallyAndInspectsAudioFiles)
     EXPECT_TRUE(facts.contains("Bit depth: 16"));
     EXPECT_TRUE(facts.contains("Length: 2.000 s (16000 frames)"));
     EXPECT_TRUE(facts.contains("Byte order: little-endian"));
+    EXPECT_TRUE(facts.contains("Loop tagging: 'basc', 82 bytes"));
+    EXPECT_TRUE(facts.contains("value1 @0: 16909060"));
+    EXPECT_TRUE(facts.contains("words[4] @16: 7"));
+    EXPECT_TRUE(facts.contains("values[15] @78: 99"));
+    // The inspector and the rows are as wide as their columns' visible width; the facts
+    // wrap to it, so a narrower view is taller.
+    EXPECT_EQ(inspector.width(), browser.scrollViewOfColumn(1)->contentSize().width());
+    EXPECT_EQ(matrix->cellSize().width(), browser.scrollViewOfColumn(0)->contentSize().width());
+    EXPECT_GE(inspector.height(), inspector.heightForWidth(inspector.width()));
+    EXPECT_GT(inspector.heightForWidth(100), inspector.heightForWidth(400));
     ASSERT_EQ(inspector.overview().size(), 2);
     EXPECT_EQ(inspector.overview()[0].first(), 0.0f);
     EXPECT_NEAR(inspector.overview()[0].last(), 0.5f, 0.001f);

@@ -74,17 +74,17 @@ QWidget* browserPage()
     browser->setTitled(true);
     browser->setScrollAnimationDuration(0.25);
     browser->setHasHorizontalAutoScrolling(true);
-    auto delegate = std::make_shared<PvFileSystemBrowserDelegate>(folder->dir.path());
-    browser->setDelegate(delegate.get());
+    // A child of the browser: it goes after the browser's columns.
+    auto* delegate = new PvFileSystemBrowserDelegate(folder->dir.path(), browser);
+    browser->setDelegate(delegate);
     auto* inspector = new PvAudioFileInspectorView;
     browser->setFileInspectorView(inspector);
     browser->setReleasesFileInspectorView(true);
-    QObject::connect(browser, &QObject::destroyed, [delegate] {});
     // Start on the generated folder with a sound selected, so its inspector shows: the
     // folder is listed in the background, so the sound is selected when its rows arrive.
     auto first = std::make_shared<QMetaObject::Connection>();
     *first = QObject::connect(
-        delegate.get(), &PvFileSystemBrowserDelegate::listingFinished, browser, [browser, folder, first] {
+        delegate, &PvFileSystemBrowserDelegate::listingFinished, browser, [browser, folder, first] {
             QObject::disconnect(*first);
             browser->selectCellWithAbsolutePath(
                 QDir(folder->dir.path()).filePath("bell.wav"), browser->matrixInColumn(0));
