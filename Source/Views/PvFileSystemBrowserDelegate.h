@@ -30,7 +30,9 @@ struct PvFolderListing;
     listing arrives (through the main thread's event loop) the column is reloaded with
     DfBrowserControl::reloadColumn(), but only if the browser still exists, still has the
     delegate, and the column still is the one made for that folder; otherwise the rows
-    are not shown. listingFinished() is emitted after that, in every case.
+    are not shown. listingFinished() is emitted after that, in every case. The browser
+    selects only among rows it has (setPath, selectCellWithAbsolutePath): a host that
+    selects in a new column does so when listingFinished() announces its folder.
 
     Finished listings are kept (the last few folders) and a new column of the same folder
     uses one at once while the folder's modification time is the one it had when it was
