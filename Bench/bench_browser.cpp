@@ -5,6 +5,16 @@
 //
 //   build/Bench/bench_browser --benchmark_repetitions=5 --benchmark_report_aggregates_only=true
 //
+// Folder listing (BM_FolderListing*): a folder of 100,000 empty files, made once, shown in
+// column 0 with setPath("/") by the file-system delegate, which lists in the background,
+// against the same steps listing on the main thread inside the delegate call (as the
+// delegate did before). Counters: blocked_ms, how long setPath holds the main thread;
+// shown_ms, until the rows are in the column (also the manual time); refill_ms, making the
+// column again from the kept listing (what the main thread spends when the rows arrive).
+//
+//   build/Bench/bench_browser --benchmark_filter=FolderListing
+//       --benchmark_repetitions=5 --benchmark_report_aggregates_only=true
+//
 // Peak memory: run each side in its own process (--benchmark_filter=Browser or
 // --benchmark_filter=ColumnView); the maxrss_MB counter is the process's peak.
 // Runs headless (offscreen platform).
@@ -13,13 +23,21 @@
 #include <QAbstractItemView>
 #include <QApplication>
 #include <QColumnView>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFileInfo>
 #include <QImage>
 #include <QPainter>
+#include <QSignalSpy>
 #include <QStandardItemModel>
+#include <QTemporaryDir>
 #include <QTest>
 #include <benchmark/benchmark.h>
 
+#include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -110,7 +128,105 @@ void BM_ColumnView(benchmark::State& state)
     state.counters["maxrss_MB"] = maxRssMB();
 }
 
+constexpr int kFolderFiles = 100000;
+
+// The folder of kFolderFiles empty files, dated an hour back so that a finished listing
+// may be kept.
+QString bigFolder()
+{
+    static QTemporaryDir dir;
+    static const bool made = [] {
+        for (int i = 0; i < kFolderFiles; ++i) {
+            const QByteArray name = QFile::encodeName(dir.filePath(QStringLiteral("Take %1.wav").arg(i)));
+            const int fd = ::open(name.constData(), O_CREAT | O_WRONLY, 0644);
+            if (fd < 0)
+                return false;
+            ::close(fd);
+        }
+        const timespec times[2] = {{::time(nullptr) - 3600, 0}, {::time(nullptr) - 3600, 0}};
+        return utimensat(AT_FDCWD, QFile::encodeName(dir.path()).constData(), times, 0) == 0;
+    }();
+    return made ? dir.path() : QString();
+}
+
+// The reference: the folder listed, sorted and made into rows inside the delegate call.
+struct ListsOnMainThread : DfBrowserControlDelegate {
+    PvFileSystemBrowserDelegate names;
+    QFileIconProvider icons;
+    void dfbrowserCreateRowsForColumn(DfBrowserControl*, int, PvMatrix* matrix) override
+    {
+        const QDir dir(names.rootPath());
+        const QStringList sorted = names.sortedEntries(dir.path());
+        matrix->renewRows(int(sorted.size()), 1);
+        const QPixmap icon = icons.icon(QFileIconProvider::File).pixmap(16, 16);
+        for (int i = 0; i < sorted.size(); ++i) {
+            const QString path = dir.absoluteFilePath(sorted[i]);
+            const QFileInfo info(path);
+            auto* cell = static_cast<PvBrowserCell*>(matrix->cellAt(i, 0));
+            cell->setStringValue(sorted[i]);
+            cell->setAbsolutePath(path);
+            cell->setLeaf(!info.isDir());
+            cell->setImage(icon);
+            cell->setLoaded(PvFileSystemBrowserDelegate::isAudioFileName(sorted[i]));
+        }
+    }
+};
+
+void BM_FolderListingOnMainThread(benchmark::State& state)
+{
+    const QString folder = bigFolder();
+    for (auto _ : state) {
+        ListsOnMainThread delegate;
+        delegate.names.setRootPath(folder);
+        DfBrowserControl browser;
+        browser.resize(kSize);
+        browser.setDelegate(&delegate);
+        browser.show();
+        QElapsedTimer timer;
+        timer.start();
+        browser.setPath("/");
+        const double blocked = double(timer.nsecsElapsed()) / 1e6;
+        if (browser.matrixInColumn(0)->numberOfRows() != kFolderFiles)
+            state.SkipWithError("the folder's rows are not shown");
+        state.SetIterationTime(blocked / 1000.0);
+        state.counters["blocked_ms"] = blocked;
+        state.counters["shown_ms"] = blocked;
+    }
+}
+
+void BM_FolderListingInBackground(benchmark::State& state)
+{
+    const QString folder = bigFolder();
+    for (auto _ : state) {
+        PvFileSystemBrowserDelegate delegate(folder);
+        DfBrowserControl browser;
+        browser.resize(kSize);
+        browser.setDelegate(&delegate);
+        browser.show();
+        QSignalSpy listed(&delegate, &PvFileSystemBrowserDelegate::listingFinished);
+        QElapsedTimer timer;
+        timer.start();
+        browser.setPath("/");
+        const double blocked = double(timer.nsecsElapsed()) / 1e6;
+        const bool arrived = listed.wait(120000);
+        const double shown = double(timer.nsecsElapsed()) / 1e6;
+        if (!arrived || browser.matrixInColumn(0)->numberOfRows() != kFolderFiles)
+            state.SkipWithError("the folder's rows are not shown");
+        timer.restart();
+        browser.loadColumnZero(); // from the kept listing
+        const double refill = double(timer.nsecsElapsed()) / 1e6;
+        if (browser.matrixInColumn(0)->numberOfRows() != kFolderFiles)
+            state.SkipWithError("the kept listing was not used");
+        state.SetIterationTime(shown / 1000.0);
+        state.counters["blocked_ms"] = blocked;
+        state.counters["shown_ms"] = shown;
+        state.counters["refill_ms"] = refill;
+    }
+}
+
 } // namespace
 
+BENCHMARK(BM_FolderListingOnMainThread)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(1);
+BENCHMARK(BM_FolderListingInBackground)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(1);
 BENCHMARK(BM_Browser)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ColumnView)->Unit(benchmark::kMillisecond);

@@ -483,6 +483,7 @@ void DfBrowserControl::privateAddColumn(bool inspector)
         view = matrix;
     }
     scrollView->setDocumentView(view);
+    scrollView->viewport()->installEventFilter(this);
     m_columnScrollViews.push_back(scrollView);
     m_columnViews.push_back(view); // both lists hold the column before it is sized
     if (inspector)
@@ -748,6 +749,20 @@ void DfBrowserControl::layoutHeights()
     fillUpWithDummyScrollViews();
 }
 
+void DfBrowserControl::fitColumnToClipView(int column)
+{
+    QWidget* view = m_columnViews[size_t(column)];
+    if (view == m_inspectorDocument) {
+        sizeInspectorDocument();
+        return;
+    }
+    const double width = m_columnScrollViews[size_t(column)]->contentSize().width();
+    if (auto* m = qobject_cast<PvMatrix*>(view); m && m->cellSize().width() != width) {
+        m->setCellSize(QSizeF(width, m->cellSize().height()));
+        m->sizeToCells();
+    }
+}
+
 void DfBrowserControl::sizeInspectorDocument()
 {
     const int column = m_inspectorDocument ? columnOfView(m_inspectorDocument) : -1;
@@ -755,7 +770,9 @@ void DfBrowserControl::sizeInspectorDocument()
         return;
     PvScrollView* v = m_columnScrollViews[size_t(column)];
     const int width = v->contentSize().width();
-    const int wanted = m_fileInspectorView ? m_fileInspectorView->sizeHint().height() : 0;
+    const int wanted = !m_fileInspectorView        ? 0
+        : m_fileInspectorView->hasHeightForWidth() ? m_fileInspectorView->heightForWidth(width)
+                                                   : m_fileInspectorView->sizeHint().height();
     m_inspectorDocument->resize(width, std::max(v->contentSize().height(), wanted));
     if (m_fileInspectorView)
         m_fileInspectorView->setGeometry(0, 0, width, std::max(v->contentSize().height(), wanted));
@@ -774,6 +791,12 @@ bool DfBrowserControl::eventFilter(QObject* watched, QEvent* event)
         layoutHeights();
         if (documentView()->width() < oldWidth)
             fillUpWithDummyScrollViews();
+    } else if (event->type() == QEvent::Resize) {
+        // A column's clip view takes its size only when the column is laid out (a hidden
+        // column keeps a provisional one): its document follows it then.
+        for (size_t i = 0; i < m_columnScrollViews.size(); ++i)
+            if (m_columnScrollViews[i]->viewport() == watched)
+                fitColumnToClipView(int(i));
     }
     return PvControl::eventFilter(watched, event);
 }

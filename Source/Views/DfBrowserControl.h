@@ -91,6 +91,9 @@ public:
 /**
     The base of the view shown in the column after a selected leaf (a file inspector). It
     keeps the absolute path of the item it shows and hears when it is shown and dismissed.
+    The browser makes it as wide as its column's visible width and as tall as
+    heightForWidth() (when it has a height for width, else its size hint's height), but
+    no shorter than the column.
 */
 class PvAbstractFileInspectorView : public QWidget {
     Q_OBJECT
@@ -338,6 +341,7 @@ private:
     void fillUpWithDummyScrollViews();
     void layoutHeights();
     void sizeInspectorDocument();
+    void fitColumnToClipView(int column);
     void setUpMatrix(PvBrowserMatrix* matrix, int column, double width);
     int handleMatrixAction(PvMatrix* matrix, bool needsToBeFirstResponder);
     void selectCellInColumn(int row, int column);

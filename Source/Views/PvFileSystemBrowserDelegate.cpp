@@ -4,15 +4,29 @@
 #include "CChunkData.h"
 #include "CFileUtil.h"
 #include "PvBrowserCell.h"
+#include "tagging.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFileInfo>
 #include <QMimeData>
 #include <QPainter>
+#include <QTextLayout>
+#include <QThread>
 #include <QUrl>
 
 #include <algorithm>
+#include <atomic>
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <mutex>
+
 #include <cmath>
+#include <cstddef>
+#include <cstring>
+#include <sys/stat.h>
+#include <time.h>
 
 namespace {
 
@@ -51,18 +65,180 @@ int naturalCompare(const QString& a, const QString& b)
     return (a.size() - i) == (b.size() - j) ? 0 : (a.size() - i < b.size() - j ? -1 : 1);
 }
 
+bool namesInOrder(const QString& a, const QString& b)
+{
+    const int c = naturalCompare(a, b);
+    return c != 0 ? c < 0 : a < b;
+}
+
+// The folder's modification time in nanoseconds since the epoch; -1 when it cannot be read.
+qint64 modificationTime(const QString& folder)
+{
+    struct stat st { };
+    if (::stat(QFile::encodeName(folder).constData(), &st) != 0)
+        return -1;
+    return qint64(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec;
+}
+
+qint64 nowNs()
+{
+    timespec now {};
+    clock_gettime(CLOCK_REALTIME, &now);
+    return qint64(now.tv_sec) * 1000000000 + now.tv_nsec;
+}
+
 } // namespace
+
+/// One folder's visible entries in the browser's order, as the worker makes them.
+struct PvFolderListing {
+    struct Entry {
+        QString name;
+        bool folder = false;
+        bool audio = false;
+    };
+    QString key;
+    QString folder;
+    std::vector<Entry> entries;
+    qint64 modified = -1; // the folder's time before it was read
+    bool settled = false; // read at least a second after that time
+};
+
+namespace {
+
+QDir::Filters entryFilters(bool hidden)
+{
+    QDir::Filters filters = QDir::AllEntries | QDir::NoDotAndDotDot | QDir::System;
+    return hidden ? filters | QDir::Hidden : filters;
+}
+
+// Lists folder; gives up (with what it has) once stop is set.
+void listFolder(PvFolderListing& listing, bool hidden, const std::atomic<bool>& stop)
+{
+    const qint64 began = nowNs();
+    listing.modified = modificationTime(listing.folder);
+    listing.settled = listing.modified >= 0 && began - listing.modified >= 1000000000;
+    QDirIterator it(listing.folder, entryFilters(hidden));
+    while (it.hasNext() && !stop.load(std::memory_order_relaxed)) {
+        it.next();
+        const QFileInfo info = it.fileInfo();
+        PvFolderListing::Entry e;
+        e.name = info.fileName();
+        e.folder = info.isDir();
+        e.audio = !e.folder && PvFileSystemBrowserDelegate::isAudioFileName(e.name);
+        listing.entries.push_back(std::move(e));
+    }
+    std::sort(listing.entries.begin(), listing.entries.end(),
+        [](const PvFolderListing::Entry& a, const PvFolderListing::Entry& b) {
+            return namesInOrder(a.name, b.name);
+        });
+}
+
+} // namespace
+
+// The delegate's worker thread: lists the queued folders one after another and hands each
+// listing to deliver, which posts it to the main thread.
+class PvFileSystemBrowserDelegate::Worker {
+public:
+    struct Job {
+        QString key;
+        QString folder;
+        bool hidden = false;
+    };
+    explicit Worker(std::function<void(std::shared_ptr<const PvFolderListing>)> deliver)
+        : m_deliver(std::move(deliver))
+        , m_thread(QThread::create([this] { run(); }))
+    {
+        m_thread->setObjectName(QStringLiteral("Folder listing"));
+        m_thread->start(QThread::LowPriority);
+    }
+    ~Worker()
+    {
+        {
+            std::lock_guard lock(m_mutex);
+            m_stop = true;
+            m_jobs.clear();
+        }
+        m_wake.notify_all();
+        m_thread->wait();
+    }
+    void enqueue(Job job)
+    {
+        {
+            std::lock_guard lock(m_mutex);
+            m_jobs.push_back(std::move(job));
+        }
+        m_wake.notify_one();
+    }
+    bool isQueuedOrRunning(const QString& key) const
+    {
+        std::lock_guard lock(m_mutex);
+        return m_current == key
+            || std::any_of(m_jobs.begin(), m_jobs.end(), [&](const Job& j) { return j.key == key; });
+    }
+
+private:
+    void run()
+    {
+        for (;;) {
+            Job job;
+            {
+                std::unique_lock lock(m_mutex);
+                m_wake.wait(lock, [this] { return m_stop.load() || !m_jobs.empty(); });
+                if (m_stop)
+                    return;
+                job = std::move(m_jobs.front());
+                m_jobs.pop_front();
+                m_current = job.key;
+            }
+            auto listing = std::make_shared<PvFolderListing>();
+            listing->key = job.key;
+            listing->folder = job.folder;
+            listFolder(*listing, job.hidden, m_stop);
+            {
+                std::lock_guard lock(m_mutex);
+                m_current.clear(); // a column asking from now on gets a new listing
+            }
+            if (m_stop)
+                return;
+            m_deliver(std::move(listing));
+        }
+    }
+
+    std::function<void(std::shared_ptr<const PvFolderListing>)> m_deliver;
+    mutable std::mutex m_mutex;
+    std::condition_variable m_wake;
+    std::deque<Job> m_jobs;
+    QString m_current;
+    std::atomic<bool> m_stop {false};
+    std::unique_ptr<QThread> m_thread;
+};
 
 // ---- the delegate ---------------------------------------------------------------------------
 
-PvFileSystemBrowserDelegate::PvFileSystemBrowserDelegate(const QString& rootPath)
-    : m_rootPath(rootPath.isEmpty() ? QDir::rootPath() : rootPath)
+namespace {
+constexpr size_t kKeptListings = 8;
+} // namespace
+
+PvFileSystemBrowserDelegate::PvFileSystemBrowserDelegate(const QString& rootPath, QObject* parent)
+    : QObject(parent)
+    , m_rootPath(rootPath.isEmpty() ? QDir::rootPath() : rootPath)
 {
+}
+
+// The worker goes first: it is stopped and joined before the members it could reach.
+PvFileSystemBrowserDelegate::~PvFileSystemBrowserDelegate()
+{
+    m_worker.reset();
 }
 
 bool PvFileSystemBrowserDelegate::isAudioFileName(const QString& name)
 {
     return CFileUtilFileTypeFromName(name.toUtf8().constData()) != 0;
+}
+
+QString PvFileSystemBrowserDelegate::loadingText()
+{
+    return tr("Loading\u2026");
 }
 
 QString PvFileSystemBrowserDelegate::folderOfColumn(DfBrowserControl* browser, int column) const
@@ -76,15 +252,100 @@ QString PvFileSystemBrowserDelegate::folderOfColumn(DfBrowserControl* browser, i
 
 QStringList PvFileSystemBrowserDelegate::sortedEntries(const QString& folder) const
 {
-    QDir::Filters filters = QDir::AllEntries | QDir::NoDotAndDotDot | QDir::System;
-    if (m_showsHidden)
-        filters |= QDir::Hidden;
-    QStringList names = QDir(folder).entryList(filters, QDir::Unsorted);
-    std::sort(names.begin(), names.end(), [](const QString& a, const QString& b) {
-        const int c = naturalCompare(a, b);
-        return c != 0 ? c < 0 : a < b;
-    });
+    PvFolderListing listing;
+    listing.folder = folder;
+    const std::atomic<bool> never {false};
+    listFolder(listing, m_showsHidden, never);
+    QStringList names;
+    names.reserve(qsizetype(listing.entries.size()));
+    for (const auto& e : listing.entries)
+        names << e.name;
     return names;
+}
+
+QString PvFileSystemBrowserDelegate::keyOf(const QString& folder, bool hidden) const
+{
+    return (hidden ? QStringLiteral("1") : QStringLiteral("0")) + QDir::cleanPath(folder);
+}
+
+bool PvFileSystemBrowserDelegate::isListing(const QString& folder) const
+{
+    return m_waiting.contains(keyOf(folder, m_showsHidden));
+}
+
+void PvFileSystemBrowserDelegate::refresh()
+{
+    m_kept.clear();
+}
+
+std::shared_ptr<const PvFolderListing> PvFileSystemBrowserDelegate::keptListing(const QString& key)
+{
+    if (m_arriving && m_arriving->key == key)
+        return m_arriving;
+    const auto it = std::find_if(m_kept.begin(), m_kept.end(), [&](const auto& l) { return l->key == key; });
+    if (it == m_kept.end())
+        return nullptr;
+    auto listing = *it;
+    m_kept.erase(it);
+    if (!listing->settled || modificationTime(listing->folder) != listing->modified)
+        return nullptr;
+    m_kept.insert(m_kept.begin(), listing);
+    return listing;
+}
+
+namespace {
+
+PvBrowserCell* browserCellAt(PvMatrix* matrix, int row)
+{
+    auto* cell = dynamic_cast<PvBrowserCell*>(matrix->cellAt(row, 0));
+    if (!cell) {
+        matrix->putCell(std::make_unique<PvBrowserCell>(), row, 0);
+        cell = static_cast<PvBrowserCell*>(matrix->cellAt(row, 0));
+    }
+    return cell;
+}
+
+} // namespace
+
+void PvFileSystemBrowserDelegate::showPlaceholder(PvMatrix* matrix)
+{
+    matrix->renewRows(1, 1);
+    PvBrowserCell* cell = browserCellAt(matrix, 0);
+    cell->setStringValue(loadingText());
+    cell->setAbsolutePath(QString());
+    cell->setLeaf(true);
+    cell->setEnabled(false);
+}
+
+void PvFileSystemBrowserDelegate::fill(PvMatrix* matrix, const PvFolderListing& listing)
+{
+    const QDir dir(listing.folder);
+    const int rows = int(listing.entries.size());
+    matrix->renewRows(rows, 1);
+    const int side = int(std::max(8.0, matrix->cellSize().height() - 2.0));
+    const QPixmap folderIcon = m_icons.icon(QFileIconProvider::Folder).pixmap(QSize(side, side));
+    const QPixmap fileIcon = m_icons.icon(QFileIconProvider::File).pixmap(QSize(side, side));
+    QHash<QString, QPixmap> iconOfSuffix;
+    for (int i = 0; i < rows; ++i) {
+        const PvFolderListing::Entry& e = listing.entries[size_t(i)];
+        const QString path = dir.absoluteFilePath(e.name);
+        PvBrowserCell* cell = browserCellAt(matrix, i);
+        cell->setStringValue(e.name);
+        cell->setAbsolutePath(path);
+        cell->setLeaf(!e.folder);
+        if (e.folder) {
+            cell->setImage(folderIcon);
+        } else {
+            const qsizetype dot = e.name.lastIndexOf(u'.');
+            const QString suffix = dot > 0 ? e.name.mid(dot + 1).toLower() : QString();
+            auto icon = iconOfSuffix.find(suffix);
+            if (icon == iconOfSuffix.end())
+                icon = iconOfSuffix.insert(suffix,
+                    suffix.isEmpty() ? fileIcon : m_icons.icon(QFileInfo(path)).pixmap(QSize(side, side)));
+            cell->setImage(*icon);
+        }
+        cell->setLoaded(e.audio);
+    }
 }
 
 void PvFileSystemBrowserDelegate::dfbrowserCreateRowsForColumn(
@@ -93,26 +354,46 @@ void PvFileSystemBrowserDelegate::dfbrowserCreateRowsForColumn(
     const QString folder = folderOfColumn(browser, column);
     if (folder.isEmpty())
         return;
-    const QStringList names = sortedEntries(folder);
-    const QDir dir(folder);
-    matrix->renewRows(int(names.size()), 1);
-    const double side = std::max(8.0, matrix->cellSize().height() - 2.0);
-    QPixmap folderIcon = m_icons.icon(QFileIconProvider::Folder).pixmap(QSize(int(side), int(side)));
-    for (int i = 0; i < names.size(); ++i) {
-        const QString path = dir.absoluteFilePath(names[i]);
-        const QFileInfo info(path);
-        auto* cell = dynamic_cast<PvBrowserCell*>(matrix->cellAt(i, 0));
-        if (!cell) {
-            matrix->putCell(std::make_unique<PvBrowserCell>(), i, 0);
-            cell = static_cast<PvBrowserCell*>(matrix->cellAt(i, 0));
-        }
-        const bool folderEntry = info.isDir();
-        cell->setStringValue(names[i]);
-        cell->setAbsolutePath(path);
-        cell->setLeaf(!folderEntry);
-        cell->setImage(folderEntry ? folderIcon : m_icons.icon(info).pixmap(QSize(int(side), int(side))));
-        cell->setLoaded(folderEntry ? false : isAudioFileName(names[i]));
+    const QString key = keyOf(folder, m_showsHidden);
+    if (const auto listing = keptListing(key)) {
+        fill(matrix, *listing);
+        return;
     }
+    showPlaceholder(matrix);
+    m_waiting[key].append(Request {browser, column, matrix});
+    if (!m_worker) {
+        // The worker hands a listing to the main thread with a queued call; the delegate
+        // outlives every such call it can receive (its destructor joins the worker, and
+        // Qt drops calls still queued for a destroyed object).
+        m_worker = std::make_unique<Worker>([this](std::shared_ptr<const PvFolderListing> listing) {
+            QMetaObject::invokeMethod(
+                this, [this, listing = std::move(listing)] { receive(listing); }, Qt::QueuedConnection);
+        });
+    }
+    if (!m_worker->isQueuedOrRunning(key))
+        m_worker->enqueue({key, folder, m_showsHidden});
+}
+
+void PvFileSystemBrowserDelegate::receive(const std::shared_ptr<const PvFolderListing>& listing)
+{
+    m_kept.erase(
+        std::remove_if(m_kept.begin(), m_kept.end(), [&](const auto& l) { return l->key == listing->key; }),
+        m_kept.end());
+    m_kept.insert(m_kept.begin(), listing);
+    if (m_kept.size() > kKeptListings)
+        m_kept.resize(kKeptListings);
+    const QList<Request> requests = m_waiting.take(listing->key);
+    m_arriving = listing;
+    for (const Request& r : requests) {
+        // Only a column still showing the placeholder made for this folder is refilled.
+        if (!r.browser || !r.matrix || r.browser->delegate() != this
+            || r.browser->matrixInColumn(r.column) != r.matrix.data()
+            || keyOf(folderOfColumn(r.browser, r.column), listing->key.startsWith(u'1')) != listing->key)
+            continue;
+        r.browser->reloadColumn(r.column);
+    }
+    m_arriving.reset();
+    emit listingFinished(listing->folder);
 }
 
 std::optional<bool> PvFileSystemBrowserDelegate::dfbrowserShouldShowFileInspectorView(
@@ -141,6 +422,27 @@ namespace {
 
 constexpr int kOverviewStretches = 160;
 
+constexpr int kMargin = 8;
+constexpr int kOverviewHeight = 70;
+
+// Lays text out in lines at most width wide, broken between words or, for a word too
+// long for a line, anywhere; returns the height of the lines.
+double layOut(QTextLayout& layout, double width)
+{
+    QTextOption option;
+    option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    layout.setTextOption(option);
+    layout.beginLayout();
+    double y = 0;
+    for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
+        line.setLineWidth(std::max(1.0, width));
+        line.setPosition(QPointF(0, y));
+        y += line.height();
+    }
+    layout.endLayout();
+    return y;
+}
+
 QString fourCC(uint32_t code)
 {
     QString s;
@@ -151,15 +453,60 @@ QString fourCC(uint32_t code)
 
 } // namespace
 
+namespace {
+
+// The basic tagging record as facts: its fields in host order, by offset.
+void readTagging(CAuFileIO& io, QStringList& facts)
+{
+    CChunkData chunk;
+    if (io.FindChunk(int32_t(PvFourCC("basc")), chunk) != 1) {
+        facts << PvAudioFileInspectorView::tr("Loop tagging: none");
+        return;
+    }
+    tagging::BasicTaggingChunk record {};
+    if (!chunk.mData || chunk.mSize < sizeof(record)) {
+        facts << PvAudioFileInspectorView::tr("Loop tagging: 'basc' too short (%1 of %2 bytes)")
+                     .arg(chunk.mSize)
+                     .arg(sizeof(record));
+        return;
+    }
+    std::memcpy(&record, chunk.mData, sizeof(record));
+    tagging::SwapBasicTaggingChunkToBig(&record); // file order to host order: the same swap
+    facts << PvAudioFileInspectorView::tr("Loop tagging: 'basc', %1 bytes").arg(chunk.mSize);
+    auto add = [&facts](const QString& name, size_t offset, uint32_t value) {
+        facts << QStringLiteral("%1 @%2: %3").arg(name).arg(offset).arg(value);
+    };
+    add(QStringLiteral("value1"), offsetof(tagging::BasicTaggingChunk, value1), record.value1);
+    add(QStringLiteral("value2"), offsetof(tagging::BasicTaggingChunk, value2), record.value2);
+    for (size_t i = 0; i < 5; ++i)
+        add(QStringLiteral("words[%1]").arg(i), offsetof(tagging::BasicTaggingChunk, words) + 2 * i,
+            record.words[i]);
+    for (size_t i = 0; i < 16; ++i)
+        add(QStringLiteral("values[%1]").arg(i), offsetof(tagging::BasicTaggingChunk, values) + 4 * i,
+            record.values[i]);
+}
+
+} // namespace
+
 PvAudioFileInspectorView::PvAudioFileInspectorView(QWidget* parent)
     : PvAbstractFileInspectorView(parent)
 {
     setAccessibleName(tr("Audio file inspector"));
 }
 
+int PvAudioFileInspectorView::heightForWidth(int width) const
+{
+    double height = kMargin + kOverviewHeight + kMargin;
+    for (const QString& fact : m_facts) {
+        QTextLayout layout(fact, font());
+        height += layOut(layout, width - 2 * kMargin);
+    }
+    return int(std::ceil(height)) + kMargin;
+}
+
 QSize PvAudioFileInspectorView::sizeHint() const
 {
-    return QSize(220, 60 + fontMetrics().lineSpacing() * (int(m_facts.size()) + 1) + 80);
+    return QSize(220, heightForWidth(220));
 }
 
 void PvAudioFileInspectorView::setAbsolutePath(const QString& path)
@@ -167,7 +514,7 @@ void PvAudioFileInspectorView::setAbsolutePath(const QString& path)
     PvAbstractFileInspectorView::setAbsolutePath(path);
     read();
     setAccessibleDescription(m_facts.join(QStringLiteral("; ")));
-    resize(width(), sizeHint().height());
+    resize(width(), heightForWidth(width()));
     update();
 }
 
@@ -204,7 +551,7 @@ void PvAudioFileInspectorView::read()
             chunks << QString::fromLatin1(id).trimmed();
     }
     m_facts << tr("Chunks: %1").arg(chunks.isEmpty() ? tr("none") : chunks.join(QStringLiteral(", ")));
-    m_facts << tr("Loop tagging: %1").arg(io.IsSorvikLoop() ? tr("yes") : tr("no"));
+    readTagging(io, m_facts);
 
     // The overview: the largest magnitude of each stretch, read block by block.
     if (channels <= 0 || frames == 0)
@@ -231,11 +578,8 @@ void PvAudioFileInspectorView::paintEvent(QPaintEvent*)
 {
     QPainter p(this);
     p.fillRect(rect(), palette().color(QPalette::Base));
-    p.setPen(palette().color(QPalette::Text));
-    const int line = fontMetrics().lineSpacing();
-    int y = 8;
     // The overview first, one lane per channel.
-    const QRect wave(8, y, width() - 16, 70);
+    const QRect wave(kMargin, kMargin, width() - 2 * kMargin, kOverviewHeight);
     p.fillRect(wave, palette().color(QPalette::AlternateBase));
     if (!m_overview.isEmpty()) {
         const int lanes = int(m_overview.size());
@@ -250,10 +594,12 @@ void PvAudioFileInspectorView::paintEvent(QPaintEvent*)
             }
         }
     }
-    y = wave.bottom() + 8 + fontMetrics().ascent();
     p.setPen(palette().color(QPalette::Text));
+    double y = wave.bottom() + 1 + kMargin;
     for (const QString& fact : m_facts) {
-        p.drawText(8, y, fontMetrics().elidedText(fact, Qt::ElideMiddle, width() - 16));
-        y += line;
+        QTextLayout layout(fact, font());
+        const double height = layOut(layout, width() - 2 * kMargin);
+        layout.draw(&p, QPointF(kMargin, y));
+        y += height;
     }
 }

@@ -6,11 +6,16 @@
 #include <QFile>
 #include <QLineEdit>
 #include <QMimeData>
+#include <QSignalSpy>
 #include <QStyleHints>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QWindow>
 #include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <time.h>
 
 namespace {
 
@@ -305,6 +310,114 @@ TEST_F(BrowserFixture, TheInspectorFollowsASelectedLeafAndRowsAreDragged)
     browser->setFileInspectorView(nullptr);
 }
 
+namespace {
+
+// Runs start and waits for the delegate's next finished listing.
+template <class Start> bool listed(PvFileSystemBrowserDelegate& delegate, Start start)
+{
+    QSignalSpy spy(&delegate, &PvFileSystemBrowserDelegate::listingFinished);
+    start();
+    return spy.wait();
+}
+
+QStringList rowsOf(PvMatrix* matrix)
+{
+    QStringList rows;
+    for (int i = 0; matrix && i < matrix->numberOfRows(); ++i)
+        rows << matrix->cellAt(i, 0)->stringValue() + (matrix->cellAt(i, 0)->isEnabled() ? "" : " (off)");
+    return rows;
+}
+
+void touch(const QString& path)
+{
+    QFile f(path);
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+}
+
+// Dates the folder an hour back, as a folder not changed while it is listed.
+void age(const QString& folder)
+{
+    timespec times[2] = {{::time(nullptr) - 3600, 0}, {::time(nullptr) - 3600, 0}};
+    ASSERT_EQ(utimensat(AT_FDCWD, QFile::encodeName(folder).constData(), times, 0), 0);
+}
+
+} // namespace
+
+TEST(FileSystemBrowser, ListsInTheBackgroundAndRefillsOnlyTheColumnStillShowingTheFolder)
+{
+    QTemporaryDir dir;
+    ASSERT_TRUE(dir.isValid());
+    for (const char* folder : {"one", "two"})
+        for (int i = 0; i < 3 && QDir(dir.path()).mkpath(folder); ++i)
+            touch(dir.filePath(QString("%1/%2 %3").arg(folder).arg(folder).arg(10 - i)));
+    touch(dir.filePath("B"));
+    age(dir.path());
+    PvFileSystemBrowserDelegate delegate(dir.path());
+    DfBrowserControl browser;
+    browser.resize(600, 200);
+    browser.setDelegate(&delegate);
+    browser.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&browser));
+    QStringList atEachListing; // column 1 when each listing is announced
+    QObject::connect(&delegate, &PvFileSystemBrowserDelegate::listingFinished, [&](const QString& folder) {
+        atEachListing << QFileInfo(folder).fileName() + ": " + rowsOf(browser.matrixInColumn(1)).join(",");
+    });
+    ASSERT_TRUE(listed(delegate, [&] {
+        browser.loadColumnZero();
+        EXPECT_EQ(rowsOf(browser.matrixInColumn(0)), QStringList({"Loading\u2026 (off)"}));
+        EXPECT_TRUE(delegate.isListing(dir.path()));
+    }));
+    EXPECT_EQ(rowsOf(browser.matrixInColumn(0)), QStringList({"B", "one", "two"}));
+    EXPECT_FALSE(delegate.isListing(dir.path()));
+
+    // A kept listing fills a new column at once; a changed folder or refresh() lists again.
+    browser.loadColumnZero();
+    EXPECT_EQ(rowsOf(browser.matrixInColumn(0)), QStringList({"B", "one", "two"}));
+    delegate.refresh();
+    browser.loadColumnZero();
+    EXPECT_EQ(browser.matrixInColumn(0)->numberOfRows(), 1);
+    ASSERT_TRUE(listed(delegate, [] {}));
+    touch(dir.filePath("a"));
+    browser.loadColumnZero();
+    EXPECT_EQ(browser.matrixInColumn(0)->numberOfRows(), 1);
+    ASSERT_TRUE(listed(delegate, [] {}));
+    EXPECT_EQ(rowsOf(browser.matrixInColumn(0)), QStringList({"a", "B", "one", "two"}));
+
+    // "one" is still being listed when "two" is chosen: its rows are not shown.
+    atEachListing.clear();
+    for (int i = 0; i < 4; ++i) // "a", "B", "one", "two"
+        QTest::keyClick(browser.matrixInColumn(0), Qt::Key_Down);
+    EXPECT_EQ(rowsOf(browser.matrixInColumn(1)), QStringList({"Loading\u2026 (off)"}));
+    QSignalSpy spy(&delegate, &PvFileSystemBrowserDelegate::listingFinished);
+    while (spy.size() < 2 && spy.wait()) { }
+    EXPECT_EQ(atEachListing, QStringList({"one: Loading\u2026 (off)", "two: two 8,two 9,two 10"}));
+    EXPECT_EQ(browser.path(), "/two/");
+}
+
+TEST(FileSystemBrowser, DestroyingTheBrowserOrDelegateWhileListingIsSafe)
+{
+    QTemporaryDir dir;
+    ASSERT_TRUE(dir.isValid());
+    for (int i = 0; i < 2000; ++i)
+        touch(dir.filePath(QString::number(i)));
+    auto delegate = std::make_unique<PvFileSystemBrowserDelegate>(dir.path());
+    auto browser = std::make_unique<DfBrowserControl>();
+    browser->setDelegate(delegate.get());
+    ASSERT_TRUE(listed(*delegate, [&] {
+        browser->loadColumnZero();
+        browser.reset(); // the listing arrives for no browser
+    }));
+    browser = std::make_unique<DfBrowserControl>();
+    browser->setDelegate(delegate.get());
+    delegate->refresh();
+    browser->loadColumnZero();
+    EXPECT_TRUE(delegate->isListing(dir.path()));
+    browser->setDelegate(nullptr);
+    delegate.reset(); // stops and joins the worker; a listing posted meanwhile is dropped
+    QCoreApplication::processEvents();
+    EXPECT_EQ(rowsOf(browser->matrixInColumn(0)), QStringList({"Loading\u2026 (off)"}));
+}
+
 TEST(FileSystemBrowser, ListsFoldersNaturallyAndInspectsAudioFiles)
 {
     QTemporaryDir dir;
@@ -325,6 +438,15 @@ TEST(FileSystemBrowser, ListsFoldersNaturallyAndInspectsAudioFiles)
         for (int f = 8000; f < 16000; ++f)
             samples[size_t(f) * 2] = 0.5f; // left channel loud in the second half only
         ASSERT_EQ(io.WriteFloat(samples.data(), 0, 16000), 0);
+        tagging::BasicTaggingChunk record {};
+        record.value1 = 0x01020304;
+        record.words[4] = 7;
+        record.values[15] = 99;
+        tagging::SwapBasicTaggingChunkToBig(&record); // to file order
+        CChunkData chunk;
+        chunk.mID = PvFourCC("basc");
+        chunk.SetData(&record, sizeof(record));
+        ASSERT_EQ(io.AddChunk(chunk, 0), 1);
         io.Close();
     }
     PvFileSystemBrowserDelegate delegate(dir.path());
@@ -343,6 +465,7 @@ TEST(FileSystemBrowser, ListsFoldersNaturallyAndInspectsAudioFiles)
     browser.setFileInspectorView(&inspector);
     browser.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&browser));
+    ASSERT_TRUE(listed(delegate, [&] { browser.loadColumnZero(); }));
     ASSERT_TRUE(browser.setPath("/take 2.txt"));
     EXPECT_EQ(browser.columnCount(), 1); // not audio: no inspector
     auto* cell = dynamic_cast<PvBrowserCell*>(browser.cellAt(0, 0));
@@ -361,6 +484,16 @@ TEST(FileSystemBrowser, ListsFoldersNaturallyAndInspectsAudioFiles)
     EXPECT_TRUE(facts.contains("Bit depth: 16"));
     EXPECT_TRUE(facts.contains("Length: 2.000 s (16000 frames)"));
     EXPECT_TRUE(facts.contains("Byte order: little-endian"));
+    EXPECT_TRUE(facts.contains("Loop tagging: 'basc', 82 bytes"));
+    EXPECT_TRUE(facts.contains("value1 @0: 16909060"));
+    EXPECT_TRUE(facts.contains("words[4] @16: 7"));
+    EXPECT_TRUE(facts.contains("values[15] @78: 99"));
+    // The inspector and the rows are as wide as their columns' visible width; the facts
+    // wrap to it, so a narrower view is taller.
+    EXPECT_EQ(inspector.width(), browser.scrollViewOfColumn(1)->contentSize().width());
+    EXPECT_EQ(matrix->cellSize().width(), browser.scrollViewOfColumn(0)->contentSize().width());
+    EXPECT_GE(inspector.height(), inspector.heightForWidth(inspector.width()));
+    EXPECT_GT(inspector.heightForWidth(100), inspector.heightForWidth(400));
     ASSERT_EQ(inspector.overview().size(), 2);
     EXPECT_EQ(inspector.overview()[0].first(), 0.0f);
     EXPECT_NEAR(inspector.overview()[0].last(), 0.5f, 0.001f);

@@ -26,6 +26,16 @@ bool hasContent(const QImage& image)
     return colours.size() > 8;
 }
 
+// Folder listings run in the background: the pages are pictured with their rows.
+void waitForListings(QWidget& window)
+{
+    EXPECT_TRUE(QTest::qWaitFor([&] {
+        const auto delegates = window.findChildren<PvFileSystemBrowserDelegate*>();
+        return std::all_of(
+            delegates.begin(), delegates.end(), [](auto* d) { return d->pendingListingCount() == 0; });
+    }));
+}
+
 QString fileName(const QString& title, bool dark)
 {
     QString name = title.toLower();
@@ -51,6 +61,7 @@ TEST(Gallery, RendersEveryPageInBothPalettes)
         for (int i = 0; i < pages.size(); ++i) {
             window.showPage(i);
             QApplication::processEvents();
+            waitForListings(window);
             const QImage shot = window.grab().toImage();
             ASSERT_FALSE(shot.isNull());
             EXPECT_TRUE(hasContent(shot)) << pages[i].title.toStdString();
@@ -68,6 +79,7 @@ TEST(Gallery, RendersEveryPageInBothPalettes)
     for (int i = 0; i < pages.size(); ++i) {
         window.showPage(i);
         QApplication::processEvents();
+        waitForListings(window);
         QImage shot(window.size() * 2, QImage::Format_ARGB32_Premultiplied);
         shot.setDevicePixelRatio(2);
         shot.fill(Qt::transparent);

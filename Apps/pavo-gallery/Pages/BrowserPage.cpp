@@ -16,9 +16,10 @@ namespace PavoGallery {
 
 namespace {
 
-// Writes a short tone: a decaying sine per channel, a fifth apart.
+// Writes a short tone: a decaying sine per channel, a fifth apart. A tagged tone also
+// carries a basic tagging record with a few sample numbers in it.
 void writeTone(const FSRef& folder, const QString& name, int channels, int bits, int rate, uint32_t type,
-    double seconds, double hz)
+    double seconds, double hz, bool tagged = false)
 {
     CAuFileIO io;
     if (io.CreateAndOpen(&folder, name, 0, channels, bits, rate, int32_t(type), nullptr) != 0)
@@ -33,6 +34,18 @@ void writeTone(const FSRef& folder, const QString& name, int channels, int bits,
                 = float(envelope * std::sin(2.0 * M_PI * hz * (1.0 + 0.5 * c) * t));
         }
     io.WriteFloat(samples.data(), 0, frames);
+    if (tagged) {
+        tagging::BasicTaggingChunk record {};
+        record.value1 = 1;
+        record.value2 = uint32_t(frames);
+        record.words[0] = 4;
+        record.values[0] = uint32_t(rate);
+        tagging::SwapBasicTaggingChunkToBig(&record); // the record is stored big-endian
+        CChunkData chunk;
+        chunk.mID = PvFourCC("basc");
+        chunk.SetData(&record, sizeof(record));
+        io.AddChunk(chunk, 0);
+    }
     io.Close();
 }
 
@@ -53,7 +66,7 @@ public:
         PathToFSRef(dir.filePath("Pads"), &pads);
         writeTone(root, "Bass 2.aif", 1, 16, 44100, PvFourCC("AIFF"), 0.8, 55);
         writeTone(root, "Bass 10.aif", 1, 24, 48000, PvFourCC("AIFF"), 0.5, 73);
-        writeTone(root, "bell.wav", 2, 16, 44100, PvFourCC("WAVE"), 1.2, 660);
+        writeTone(root, "bell.wav", 2, 16, 44100, PvFourCC("WAVE"), 1.2, 660, true);
         writeTone(drums, "Snare.wav", 2, 16, 44100, PvFourCC("WAVE"), 0.3, 190);
         writeTone(kicks, "Kick 1.wav", 1, 16, 44100, PvFourCC("WAVE"), 0.4, 50);
         writeTone(kicks, "Kick 12.wav", 1, 16, 44100, PvFourCC("WAVE"), 0.4, 45);
@@ -74,16 +87,22 @@ QWidget* browserPage()
     browser->setTitled(true);
     browser->setScrollAnimationDuration(0.25);
     browser->setHasHorizontalAutoScrolling(true);
-    auto delegate = std::make_shared<PvFileSystemBrowserDelegate>(folder->dir.path());
-    browser->setDelegate(delegate.get());
+    // A child of the browser: it goes after the browser's columns.
+    auto* delegate = new PvFileSystemBrowserDelegate(folder->dir.path(), browser);
+    browser->setDelegate(delegate);
     auto* inspector = new PvAudioFileInspectorView;
     browser->setFileInspectorView(inspector);
     browser->setReleasesFileInspectorView(true);
-    QObject::connect(browser, &QObject::destroyed, [delegate] {});
+    // Start on the generated folder with a sound selected, so its inspector shows: the
+    // folder is listed in the background, so the sound is selected when its rows arrive.
+    auto first = std::make_shared<QMetaObject::Connection>();
+    *first = QObject::connect(
+        delegate, &PvFileSystemBrowserDelegate::listingFinished, browser, [browser, folder, first] {
+            QObject::disconnect(*first);
+            browser->selectCellWithAbsolutePath(
+                QDir(folder->dir.path()).filePath("bell.wav"), browser->matrixInColumn(0));
+        });
     browser->loadColumnZero();
-    // Start on the generated folder with a sound selected, so its inspector shows.
-    browser->selectCellWithAbsolutePath(
-        QDir(folder->dir.path()).filePath("bell.wav"), browser->matrixInColumn(0));
 
     auto* h = new QHBoxLayout;
     auto* root = new QComboBox;
