@@ -338,8 +338,6 @@ TEST(ScrollView, VisibleRectFollowsScrolling)
     EXPECT_TRUE(view.documentVisibleRect().contains(QRect(300, 250, 20, 20)));
     view.scrollToPoint(QPoint(10000, 10000)); // clamped to the ranges
     EXPECT_EQ(view.documentVisibleRect().bottomRight(), QPoint(399, 299));
-    view.setHasHorizontalScroller(false);
-    EXPECT_FALSE(view.hasHorizontalScroller());
 }
 
 TEST(ControlAccessibility, RoleNameValueAndParentOverride)
