@@ -356,24 +356,23 @@ TEST(KeyCodeConverter, KeyCommandsFromQtKeyEvents)
     EXPECT_EQ(command->modifierFlags, PvNumericPadKeyMask);
 
     // Synthesised events have no scan code: named keys, then the text under the layout.
-    QKeyEvent pageUp(QEvent::KeyPress, Qt::Key_PageUp, Qt::ControlModifier);
-    command = PvKeyCommand::fromKeyEvent(pageUp);
-    ASSERT_TRUE(command);
-    EXPECT_EQ(command->text(), u"\u2318\u21DE");
-    QKeyEvent f13(QEvent::KeyPress, Qt::Key_F13, Qt::NoModifier);
-    EXPECT_EQ(PvKeyCommand::fromKeyEvent(f13)->keyCode, 105);
-    QKeyEvent shiftedZ(QEvent::KeyPress, Qt::Key_Z, Qt::ShiftModifier, "Z");
-    command = PvKeyCommand::fromKeyEvent(shiftedZ);
-    ASSERT_TRUE(command);
-    EXPECT_EQ(command->keyCode, 16);
-    EXPECT_EQ(command->text(), u"\u21E7Z");
-    QKeyEvent sharpS(QEvent::KeyPress, 0xDF, Qt::AltModifier, QString(QChar(0xDF)));
-    command = PvKeyCommand::fromKeyEvent(sharpS);
-    ASSERT_TRUE(command);
-    EXPECT_EQ(command->keyCode, 27);
-    EXPECT_EQ(command->text(), u"\u2325\u00DF");
-    QKeyEvent keypadSeven(QEvent::KeyPress, Qt::Key_7, Qt::KeypadModifier, "7");
-    EXPECT_EQ(PvKeyCommand::fromKeyEvent(keypadSeven)->keyCode, 89);
+    const struct {
+        int key;
+        Qt::KeyboardModifiers modifiers;
+        QString text;
+        int keyCode;
+        const char16_t* command;
+    } synthesised[] = {{Qt::Key_PageUp, Qt::ControlModifier, {}, 116, u"\u2318\u21DE"},
+        {Qt::Key_F13, Qt::NoModifier, {}, 105, u"F13"}, {Qt::Key_Z, Qt::ShiftModifier, "Z", 16, u"\u21E7Z"},
+        {0xDF, Qt::AltModifier, QString(QChar(0xDF)), 27, u"\u2325\u00DF"},
+        {Qt::Key_7, Qt::KeypadModifier, "7", 89, u"7"}};
+    for (const auto& c : synthesised) {
+        QKeyEvent event(QEvent::KeyPress, c.key, c.modifiers, c.text);
+        command = PvKeyCommand::fromKeyEvent(event);
+        ASSERT_TRUE(command) << c.keyCode;
+        EXPECT_EQ(command->keyCode, c.keyCode);
+        EXPECT_EQ(command->text(), QString::fromUtf16(c.command)) << c.keyCode;
+    }
 
     // Modifier keys alone, and keys no Mac keyboard has, make no command.
     QKeyEvent shift(QEvent::KeyPress, Qt::Key_Shift, Qt::ShiftModifier, 42 + 8, 0, 0);
