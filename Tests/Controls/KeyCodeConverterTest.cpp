@@ -83,20 +83,12 @@ TEST(KeyCodeConverter, TableSearchesTakeTheFirstRowAndNeverSearchZero)
 {
     using C = PVKeyCodeConverter;
     EXPECT_EQ(C::stringForKeyCodeFromTable(48), ch(0x21E5)); // first Tab row, not the back-tab glyph
-    EXPECT_EQ(C::stringForKeyCodeFromTable(51), ch(0x232B));
-    EXPECT_EQ(C::stringForKeyCodeFromTable(117), ch(0x2326));
-    EXPECT_EQ(C::stringForKeyCodeFromTable(114), "Help");
-    EXPECT_EQ(C::stringForKeyCodeFromTable(80), "F19");
     EXPECT_TRUE(C::stringForKeyCodeFromTable(1).isNull());
     EXPECT_EQ(C::stringForCharCodeFromTable(0x1B), ch(0x238B)); // Escape, never Clear
-    EXPECT_EQ(C::stringForCharCodeFromTable(0x7F), ch(0x2326));
     EXPECT_TRUE(C::stringForCharCodeFromTable('a').isNull());
-    EXPECT_EQ(C::stringForKeyCharFromTable(0xF739), "Clear");
-    EXPECT_EQ(C::stringForKeyCharFromTable(0x0009), "Tab");
-    EXPECT_EQ(C::stringForKeyCharFromTable(0xF716), "F19");
+    EXPECT_EQ(C::stringForKeyCharFromTable(0xF716), "F19"); // the last row
     EXPECT_TRUE(C::stringForKeyCharFromTable(0xF717).isNull());
     EXPECT_EQ(C::glyphForKeycode(53), 0x1B);
-    EXPECT_EQ(C::glyphForKeycode(113), 0x89);
     EXPECT_EQ(C::glyphForKeycode(106), 0);
     EXPECT_EQ(C::glyphForKeycode(1), 0);
 
@@ -162,15 +154,12 @@ TEST(KeyCodeConverter, CharactersAndAppKitStringsOfKeys)
 
 TEST(KeyCodeConverter, ClassicAndAppKitCodes)
 {
-    EXPECT_EQ(MacRomanCharacterCode2AppKitCode(27), 0xF739u);
-    EXPECT_EQ(MacRomanCharacterCode2AppKitCode(127), 0xF728u);
-    EXPECT_EQ(MacRomanCharacterCode2AppKitCode(1), 0xF729u);
+    EXPECT_EQ(MacRomanCharacterCode2AppKitCode(27), 0xF739u); // escape is clear
     EXPECT_EQ(MacRomanCharacterCode2AppKitCode(65), 65u);
     EXPECT_EQ(MacRomanCharacterCode2AppKitCode(16), 16u);
     EXPECT_EQ(AppKitFunctionKey2MacRomanCharCode(0xF704), 16u);
     EXPECT_EQ(AppKitFunctionKey2MacRomanCharCode(0xF726), 16u);
     EXPECT_EQ(AppKitFunctionKey2MacRomanCharCode(0xF727), 0u);
-    EXPECT_EQ(AppKitFunctionKey2MacRomanCharCode(0xF739), 27u);
     EXPECT_EQ(AppKitFunctionKey2MacRomanCharCode('a'), 0u);
     // Every table row whose classic code the functions translate goes there and back.
     for (const PvKeyGlyph& row : kGlyphTable) {
@@ -203,10 +192,6 @@ TEST(KeyCodeConverter, KeyCodeTableCoversTheExtendedKeyboard)
     EXPECT_EQ(PvKeyboardLayout::macKeyCode(0x2ff), -1);
     for (const PvKeyGlyph& row : kGlyphTable)
         EXPECT_NE(PvKeyboardLayout::evdevKeyCode(row.keyCode), 0u) << row.name;
-    // The function keys F1 to F12 are evdev 59 to 68, 87 and 88.
-    const uint32_t f[12] = {59, 60, 61, 62, 63, 64, 65, 66, 67, 68, 87, 88};
-    for (int i = 0; i < 12; ++i)
-        EXPECT_EQ(PvKeyboardLayout::evdevKeyCode(kGlyphTable[18 + i].keyCode), f[i]) << i;
 }
 
 TEST(KeyCodeConverter, LayoutsTypeDifferentCharacters)
@@ -230,8 +215,6 @@ TEST(KeyCodeConverter, LayoutsTypeDifferentCharacters)
     EXPECT_EQ(us->translate(117), "\x7f");
     // The keypad types digits, as on a keyboard without Num Lock.
     EXPECT_EQ(us->translate(83), "1");
-    EXPECT_EQ(us->translate(92), "9");
-    EXPECT_EQ(us->translate(67), "*");
     EXPECT_TRUE(us->translate(96).isNull()); // F5
     EXPECT_TRUE(us->translate(56).isNull()); // Shift
     EXPECT_TRUE(us->translate(52).isNull()); // no key
@@ -245,26 +228,19 @@ TEST(KeyCodeConverter, DeadKeysAreReported)
     const auto intl = layout("us", "intl");
     const auto de = layout("de");
     const auto deNoDead = layout("de", "nodeadkeys");
-    const auto fr = layout("fr");
-    ASSERT_TRUE(us && intl && de && deNoDead && fr);
+    ASSERT_TRUE(us && intl && de && deNoDead);
     EXPECT_EQ(intl->identifier(), "us(intl)");
     bool dead = true;
     EXPECT_EQ(us->translate(39, &dead), "'");
     EXPECT_FALSE(dead);
     EXPECT_EQ(intl->translate(39, &dead), u"\u00B4");
     EXPECT_TRUE(dead);
-    EXPECT_EQ(intl->translate(50, &dead), "`");
-    EXPECT_TRUE(dead);
     EXPECT_EQ(intl->translate(0, &dead), "a");
     EXPECT_FALSE(dead);
     EXPECT_EQ(de->translate(24, &dead), u"\u00B4");
     EXPECT_TRUE(dead);
-    EXPECT_EQ(de->translate(50, &dead), "^");
-    EXPECT_TRUE(dead);
     EXPECT_EQ(deNoDead->translate(24, &dead), u"\u00B4");
     EXPECT_FALSE(dead);
-    EXPECT_EQ(fr->translate(33, &dead), "^");
-    EXPECT_TRUE(dead);
 
     HostLayout host("us", "intl");
     dead = false;
@@ -380,24 +356,23 @@ TEST(KeyCodeConverter, KeyCommandsFromQtKeyEvents)
     EXPECT_EQ(command->modifierFlags, PvNumericPadKeyMask);
 
     // Synthesised events have no scan code: named keys, then the text under the layout.
-    QKeyEvent pageUp(QEvent::KeyPress, Qt::Key_PageUp, Qt::ControlModifier);
-    command = PvKeyCommand::fromKeyEvent(pageUp);
-    ASSERT_TRUE(command);
-    EXPECT_EQ(command->text(), u"\u2318\u21DE");
-    QKeyEvent f13(QEvent::KeyPress, Qt::Key_F13, Qt::NoModifier);
-    EXPECT_EQ(PvKeyCommand::fromKeyEvent(f13)->keyCode, 105);
-    QKeyEvent shiftedZ(QEvent::KeyPress, Qt::Key_Z, Qt::ShiftModifier, "Z");
-    command = PvKeyCommand::fromKeyEvent(shiftedZ);
-    ASSERT_TRUE(command);
-    EXPECT_EQ(command->keyCode, 16);
-    EXPECT_EQ(command->text(), u"\u21E7Z");
-    QKeyEvent sharpS(QEvent::KeyPress, 0xDF, Qt::AltModifier, QString(QChar(0xDF)));
-    command = PvKeyCommand::fromKeyEvent(sharpS);
-    ASSERT_TRUE(command);
-    EXPECT_EQ(command->keyCode, 27);
-    EXPECT_EQ(command->text(), u"\u2325\u00DF");
-    QKeyEvent keypadSeven(QEvent::KeyPress, Qt::Key_7, Qt::KeypadModifier, "7");
-    EXPECT_EQ(PvKeyCommand::fromKeyEvent(keypadSeven)->keyCode, 89);
+    const struct {
+        int key;
+        Qt::KeyboardModifiers modifiers;
+        QString text;
+        int keyCode;
+        const char16_t* command;
+    } synthesised[] = {{Qt::Key_PageUp, Qt::ControlModifier, {}, 116, u"\u2318\u21DE"},
+        {Qt::Key_F13, Qt::NoModifier, {}, 105, u"F13"}, {Qt::Key_Z, Qt::ShiftModifier, "Z", 16, u"\u21E7Z"},
+        {0xDF, Qt::AltModifier, QString(QChar(0xDF)), 27, u"\u2325\u00DF"},
+        {Qt::Key_7, Qt::KeypadModifier, "7", 89, u"7"}};
+    for (const auto& c : synthesised) {
+        QKeyEvent event(QEvent::KeyPress, c.key, c.modifiers, c.text);
+        command = PvKeyCommand::fromKeyEvent(event);
+        ASSERT_TRUE(command) << c.keyCode;
+        EXPECT_EQ(command->keyCode, c.keyCode);
+        EXPECT_EQ(command->text(), QString::fromUtf16(c.command)) << c.keyCode;
+    }
 
     // Modifier keys alone, and keys no Mac keyboard has, make no command.
     QKeyEvent shift(QEvent::KeyPress, Qt::Key_Shift, Qt::ShiftModifier, 42 + 8, 0, 0);

@@ -203,8 +203,6 @@ TEST(SliderValues, MagneticMarksAndThePropertyCopy)
     EXPECT_FALSE(copy->invertValues());
     EXPECT_EQ(copy->defaultValue(), 0);
     EXPECT_DOUBLE_EQ(copy->doubleValue(), 0);
-    EXPECT_EQ(copy->tickMarkColor(), QColor(Qt::black));
-    EXPECT_EQ(copy->tickMarkDisabledColor(), QColor(Qt::darkGray));
     copy->resetMagneticMarks();
     EXPECT_EQ(c.magneticMarks().size(), 2);
 

@@ -194,18 +194,16 @@ TEST_F(AudioFileFormats, ContentDecidesTheTypeNotTheName)
 TEST_F(AudioFileFormats, UnsupportedRequestsAreRefused)
 {
     AudioFileID f = nullptr;
-    auto big16 = pcmFormat(44100, 2, 16, false, true);
-    EXPECT_EQ(AudioFileCreatePath(path("a").c_str(), kAudioFileWAVEType, &big16, 0, &f),
-        kAudioFileUnsupportedDataFormatError);
-    auto zero = pcmFormat(44100, 0, 16, false, true);
-    EXPECT_EQ(AudioFileCreatePath(path("b").c_str(), kAudioFileAIFFType, &zero, 0, &f),
-        kAudioFileUnsupportedDataFormatError);
-    auto float24 = pcmFormat(44100, 1, 24, true, true);
-    EXPECT_EQ(AudioFileCreatePath(path("c").c_str(), kAudioFileCAFType, &float24, 0, &f),
-        kAudioFileUnsupportedDataFormatError);
-    auto floatSd2 = pcmFormat(44100, 1, 32, true, true);
-    EXPECT_EQ(AudioFileCreatePath(path("d").c_str(), kAudioFileSoundDesigner2Type, &floatSd2, 0, &f),
-        kAudioFileUnsupportedDataFormatError);
+    const auto big16 = pcmFormat(44100, 2, 16, false, true);
+    // Big-endian WAVE, no channels, 24-bit floats, floats in Sound Designer II.
+    const std::pair<AudioFileTypeID, AudioStreamBasicDescription> refused[]
+        = {{kAudioFileWAVEType, big16}, {kAudioFileAIFFType, pcmFormat(44100, 0, 16, false, true)},
+            {kAudioFileCAFType, pcmFormat(44100, 1, 24, true, true)},
+            {kAudioFileSoundDesigner2Type, pcmFormat(44100, 1, 32, true, true)}};
+    for (const auto& [type, format] : refused)
+        EXPECT_EQ(AudioFileCreatePath(path("a").c_str(), type, &format, 0, &f),
+            kAudioFileUnsupportedDataFormatError)
+            << type;
     EXPECT_EQ(AudioFileCreatePath(path("e").c_str(), PvFourCC("MPG3"), &big16, 0, &f),
         kAudioFileUnsupportedFileTypeError);
     EXPECT_FALSE(QFile::exists(QString::fromStdString(path("a"))));

@@ -13,27 +13,6 @@
 #include <sys/xattr.h>
 #include <vector>
 
-/// Creates file as 1000 frames of 16-bit stereo, every sample byte fill, in the byte order
-/// of type, with a 'basc' chunk holding the size bytes at payload.
-inline void makeStereo16WithTag(
-    const std::string& file, AudioFileTypeID type, uint8_t fill, const void* payload, uint32_t size)
-{
-    AudioStreamBasicDescription f {};
-    f.mSampleRate = 44100;
-    f.mFormatID = kAudioFormatLinearPCM;
-    f.mFormatFlags = kAudioFormatFlagIsSignedInteger
-        | (type == kAudioFileWAVEType ? 0u : uint32_t(kAudioFormatFlagIsBigEndian));
-    f.mChannelsPerFrame = 2;
-    f.mBitsPerChannel = 16;
-    AudioFileID af = nullptr;
-    ASSERT_EQ(AudioFileCreatePath(file.c_str(), type, &f, 0, &af), noErr);
-    const std::vector<uint8_t> audio(4000, fill);
-    uint32_t n = 1000;
-    ASSERT_EQ(AudioFileWritePackets(af, true, 0, nullptr, 0, &n, audio.data()), noErr);
-    ASSERT_EQ(AudioFileSetUserData(af, PvFourCC("basc"), 0, size, payload), noErr);
-    ASSERT_EQ(AudioFileClose(af), noErr);
-}
-
 /// Packed linear PCM of the given shape.
 inline AudioStreamBasicDescription pcmFormat(
     double rate, uint32_t channels, uint32_t bits, bool isFloat = false, bool bigEndian = false)
@@ -48,6 +27,21 @@ inline AudioStreamBasicDescription pcmFormat(
     f.mFramesPerPacket = 1;
     f.mBytesPerFrame = f.mBytesPerPacket = (bits + 7) / 8 * channels;
     return f;
+}
+
+/// Creates file as 1000 frames of 16-bit stereo, every sample byte fill, in the byte order
+/// of type, with a 'basc' chunk holding the size bytes at payload.
+inline void makeStereo16WithTag(
+    const std::string& file, AudioFileTypeID type, uint8_t fill, const void* payload, uint32_t size)
+{
+    const AudioStreamBasicDescription f = pcmFormat(44100, 2, 16, false, type != kAudioFileWAVEType);
+    AudioFileID af = nullptr;
+    ASSERT_EQ(AudioFileCreatePath(file.c_str(), type, &f, 0, &af), noErr);
+    const std::vector<uint8_t> audio(4000, fill);
+    uint32_t n = 1000;
+    ASSERT_EQ(AudioFileWritePackets(af, true, 0, nullptr, 0, &n, audio.data()), noErr);
+    ASSERT_EQ(AudioFileSetUserData(af, PvFourCC("basc"), 0, size, payload), noErr);
+    ASSERT_EQ(AudioFileClose(af), noErr);
 }
 
 /// One property of an open file, checked to be readable.

@@ -317,13 +317,8 @@ TEST_F(AudioFilePeers, FilesWrittenBySoxReadTheSameHere)
     for (const Case& c : cases) {
         const std::string file = path("sox" + std::to_string(index++) + "." + c.ext);
         SCOPED_TRACE(file);
-        QStringList args {"-n", "-r", "44100", "-c", "2"};
-        args << c.options << QString::fromStdString(file) << "synth"
-             << "0.05"
-             << "sine"
-             << "440"
-             << "sine"
-             << "660";
+        const QStringList args = QStringList {"-n", "-r", "44100", "-c", "2"} + c.options
+            + QStringList {QString::fromStdString(file), "synth", "0.05", "sine", "440", "sine", "660"};
         QProcess sox;
         sox.start(QStringLiteral("sox"), args);
         ASSERT_TRUE(sox.waitForFinished(30000));
@@ -419,26 +414,20 @@ TEST_F(AudioFilePeers, FfmpegFilesKeepTheirFormatAndCodecsAreNamed)
 {
     if (!haveFfmpeg())
         GTEST_SKIP() << "ffmpeg not installed";
-    const QString lfe = dir.filePath(QStringLiteral("lfe.wav"));
-    run(QStringLiteral("ffmpeg"),
-        {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-f"), QStringLiteral("lavfi"),
-            QStringLiteral("-i"), QStringLiteral("sine=d=0.1"), QStringLiteral("-af"),
-            QStringLiteral("channelmap=channel_layout=LFE"), lfe});
-    const QStringList probe {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-show_entries"),
-        QStringLiteral("stream=channel_layout"), QStringLiteral("-of"), QStringLiteral("csv=p=0"), lfe};
-    const QString layout = run(QStringLiteral("ffprobe"), probe); // "LFE" or "1 channels (LFE)"
+    const QString lfe = dir.filePath("lfe.wav");
+    const QStringList sine {"-v", "error", "-f", "lavfi", "-i", "sine=d=0.1"};
+    run("ffmpeg", sine + QStringList {"-af", "channelmap=channel_layout=LFE", lfe});
+    const QStringList probe {"-v", "error", "-show_entries", "stream=channel_layout", "-of", "csv=p=0", lfe};
+    const QString layout = run("ffprobe", probe); // "LFE" or "1 channels (LFE)"
     ASSERT_TRUE(layout.contains(QStringLiteral("LFE"))) << layout.toStdString();
     AudioFileID af = nullptr;
     ASSERT_EQ(AudioFileOpenPath(lfe.toUtf8().constData(), kAudioFileReadWritePermission, 0, &af), noErr);
     ASSERT_EQ(AudioFileSetUserData(af, PvFourCC("basc"), 0, 4, "loop"), noErr);
     ASSERT_EQ(AudioFileClose(af), noErr);
-    EXPECT_EQ(run(QStringLiteral("ffprobe"), probe), layout);
+    EXPECT_EQ(run("ffprobe", probe), layout);
 
-    const QString ima = dir.filePath(QStringLiteral("ima.aifc"));
-    run(QStringLiteral("ffmpeg"),
-        {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-f"), QStringLiteral("lavfi"),
-            QStringLiteral("-i"), QStringLiteral("sine=d=0.1"), QStringLiteral("-c:a"),
-            QStringLiteral("adpcm_ima_qt"), QStringLiteral("-f"), QStringLiteral("aiff"), ima});
+    const QString ima = dir.filePath("ima.aifc");
+    run("ffmpeg", sine + QStringList {"-c:a", "adpcm_ima_qt", "-f", "aiff", ima});
     ASSERT_EQ(AudioFileOpenPath(ima.toUtf8().constData(), kAudioFileReadPermission, 0, &af), noErr);
     const auto fmt = property<AudioStreamBasicDescription>(af, kAudioFilePropertyDataFormat);
     EXPECT_EQ(fmt.mFormatID, PvFourCC("ima4"));

@@ -46,7 +46,7 @@ TEST(CFileRef, EmptyAndNotYetExistingReferences)
 
     QTemporaryDir dir;
     ASSERT_TRUE(dir.isValid());
-    const QByteArray path = QFile::encodeName(canonicalTemp(dir) + QStringLiteral("/new.aif"));
+    const QByteArray path = QFile::encodeName(canonicalTemp(dir) + "/new.aif");
     CFileRef ref;
     EXPECT_TRUE(ref.Set(path.constData(), 0));
     EXPECT_EQ(ref.validFlags(), 2u);
@@ -76,7 +76,7 @@ TEST(CFileRef, EmptyAndNotYetExistingReferences)
     EXPECT_FALSE(CFileRef().Set("", 0));
 
     // A dangling symbolic link is an item of its own.
-    const QString linkPath = canonicalTemp(dir) + QStringLiteral("/link.wav");
+    const QString linkPath = canonicalTemp(dir) + "/link.wav";
     ASSERT_EQ(::symlink("nowhere.wav", QFile::encodeName(linkPath).constData()), 0);
     CFileRef link(linkPath, kPathStylePOSIX, 0);
     EXPECT_TRUE(link.Exists());
@@ -101,8 +101,7 @@ TEST(CFileRef, PathRules)
 
     // Relative paths are taken from the current folder.
     CFileRef relative("some/file.wav", 0);
-    EXPECT_EQ(
-        QString::fromStdString(pathOf(relative)), QDir::currentPath() + QStringLiteral("/some/file.wav"));
+    EXPECT_EQ(QString::fromStdString(pathOf(relative)), QDir::currentPath() + "/some/file.wav");
 
     // A path that does not fit in the 1024-byte buffer has no GetPath().
     CFileRef longPath(QByteArray("/") + QByteArray(1100, 'a'), 0);
@@ -154,7 +153,7 @@ TEST(CFileRef, FSRefFSSpecAndVolumeWalk)
     ASSERT_TRUE(dir.isValid());
     const QString base = canonicalTemp(dir);
     ASSERT_TRUE(QDir(base).mkdir(QStringLiteral("Sounds")));
-    const QString file = base + QStringLiteral("/Sounds/kick.wav");
+    const QString file = base + "/Sounds/kick.wav";
     ASSERT_TRUE(touch(file));
 
     CFileRef byPath(file, kPathStylePOSIX, 0);
@@ -175,7 +174,7 @@ TEST(CFileRef, FSRefFSSpecAndVolumeWalk)
     EXPECT_EQ(QString::fromStdString(pathOf(byParts)), file);
     unsigned char folderOnly[] = "";
     CFileRef folder(fsSpec.vRefNum, fsSpec.parID, folderOnly);
-    EXPECT_EQ(QString::fromStdString(pathOf(folder)), base + QStringLiteral("/Sounds"));
+    EXPECT_EQ(QString::fromStdString(pathOf(folder)), base + "/Sounds");
     EXPECT_TRUE(folder.url().path().endsWith(QLatin1Char('/')));
 
     FSRef fsRef;
@@ -197,7 +196,7 @@ TEST(CFileRef, FSRefFSSpecAndVolumeWalk)
     EXPECT_EQ(missing.GetPath(), nullptr);
 
     // A renamed file: the stored FSRef no longer names it; the URL is tried instead.
-    ASSERT_TRUE(QFile::rename(file, file + QStringLiteral(".bak")));
+    ASSERT_TRUE(QFile::rename(file, file + ".bak"));
     EXPECT_FALSE(byPath.Exists());
     EXPECT_EQ(byPath.validFlags(), 2u);
     EXPECT_FALSE(byRef.GetFSRef(&fsRef));
@@ -212,7 +211,7 @@ TEST(CFileRef, PathStyles)
     QTemporaryDir dir;
     ASSERT_TRUE(dir.isValid());
     const QString base = canonicalTemp(dir);
-    const QString file = base + QStringLiteral("/mix.wav");
+    const QString file = base + "/mix.wav";
     ASSERT_TRUE(touch(file));
     CFileRef posix(file, kPathStylePOSIX, 0);
     const QString hfs = posix.GetFileSystemPath(kPathStyleHFS);
@@ -253,7 +252,7 @@ TEST(CFileRef, CopiesAndSetFromOtherReferences)
 {
     QTemporaryDir dir;
     ASSERT_TRUE(dir.isValid());
-    const QString file = canonicalTemp(dir) + QStringLiteral("/bass.aif");
+    const QString file = canonicalTemp(dir) + "/bass.aif";
     ASSERT_TRUE(touch(file));
     const CFileRef original(file, kPathStylePOSIX, 0);
     CFileRef assigned(original);
@@ -276,7 +275,7 @@ TEST(CFileRef, PlainFunctions)
 {
     QTemporaryDir dir;
     ASSERT_TRUE(dir.isValid());
-    QByteArray file = QFile::encodeName(canonicalTemp(dir) + QStringLiteral("/snare.wav"));
+    QByteArray file = QFile::encodeName(canonicalTemp(dir) + "/snare.wav");
     ASSERT_TRUE(touch(QFile::decodeName(file)));
     void* ref = CFileRefCreate(file.data(), kPathStylePOSIX, 0);
     ASSERT_NE(ref, nullptr);
@@ -304,6 +303,6 @@ TEST(CFileRef, PlainFunctions)
     EXPECT_FALSE(CFileRefGetPath(nullptr, buf, sizeof buf));
 
     EXPECT_EQ(PathToFSRef(QFile::decodeName(file), &fsRef), noErr);
-    EXPECT_EQ(PathToFSRef(QFile::decodeName(file) + QStringLiteral(".none"), &fsRef), fnfErr);
+    EXPECT_EQ(PathToFSRef(QFile::decodeName(file) + ".none", &fsRef), fnfErr);
     EXPECT_EQ(PathToFSRef(QString(), &fsRef), fnfErr);
 }

@@ -133,7 +133,7 @@ TEST(CFileRefData, BlockLayoutAndRoundTrip)
 {
     QTemporaryDir dir;
     ASSERT_TRUE(dir.isValid());
-    const QString file = canonicalTemp(dir) + QStringLiteral("/Take 1.wav");
+    const QString file = canonicalTemp(dir) + "/Take 1.wav";
     ASSERT_TRUE(PavoTest::writeFile(file, "RIFF"));
     CFileRef ref(file, kPathStylePOSIX, 0);
     const QByteArray block = toData(ref);
@@ -197,27 +197,26 @@ TEST(CFileRefData, AliasFollowsRenamesAndMoves)
     const QString base = canonicalTemp(dir);
     ASSERT_TRUE(QDir(base).mkpath(QStringLiteral("Project/Audio")));
     ASSERT_TRUE(QDir(base).mkpath(QStringLiteral("Elsewhere/Deep")));
-    QString file = base + QStringLiteral("/Project/Audio/vocal.wav");
+    QString file = base + "/Project/Audio/vocal.wav";
     ASSERT_TRUE(PavoTest::writeFile(file, "voice"));
     const QByteArray block = toData(CFileRef(file, kPathStylePOSIX, 0));
-    const QByteArray folderBlock
-        = toData(CFileRef(base + QStringLiteral("/Project/Audio"), kPathStylePOSIX, 1));
+    const QByteArray folderBlock = toData(CFileRef(base + "/Project/Audio", kPathStylePOSIX, 1));
 
-    QString renamed = base + QStringLiteral("/Project/Audio/lead vocal.wav");
+    QString renamed = base + "/Project/Audio/lead vocal.wav";
     ASSERT_TRUE(QFile::rename(file, renamed));
     EXPECT_EQ(restoredPath(block), renamed);
 
-    QString moved = base + QStringLiteral("/Elsewhere/Deep/lead.wav");
+    QString moved = base + "/Elsewhere/Deep/lead.wav";
     ASSERT_TRUE(QFile::rename(renamed, moved));
     EXPECT_EQ(restoredPath(block), moved);
 
     ASSERT_TRUE(QFile::rename(moved, file));
     ASSERT_TRUE(QDir(base).rename(QStringLiteral("Project"), QStringLiteral("Project v2")));
-    EXPECT_EQ(restoredPath(block), base + QStringLiteral("/Project v2/Audio/vocal.wav"));
+    EXPECT_EQ(restoredPath(block), base + "/Project v2/Audio/vocal.wav");
     CFileRef folder;
     QByteArray copy = folderBlock;
     CFileRefFromData(folder, reinterpret_cast<unsigned char*>(copy.data()));
-    EXPECT_EQ(QFile::decodeName(folder.GetPath()), base + QStringLiteral("/Project v2/Audio"));
+    EXPECT_EQ(QFile::decodeName(folder.GetPath()), base + "/Project v2/Audio");
     EXPECT_TRUE(folder.url().path().endsWith(QLatin1Char('/'))) << "restored as a folder";
 
     // Replaced by a new file at the same place (a save that writes a new file).
@@ -231,7 +230,7 @@ TEST(CFileRefData, WithoutAnItemTheURLPartDecides)
 {
     QTemporaryDir dir;
     ASSERT_TRUE(dir.isValid());
-    const QString file = canonicalTemp(dir) + QStringLiteral("/gone.wav");
+    const QString file = canonicalTemp(dir) + "/gone.wav";
     ASSERT_TRUE(PavoTest::writeFile(file, "x"));
     const QByteArray withAlias = toData(CFileRef(file, kPathStylePOSIX, 0));
     ASSERT_TRUE(QFile::remove(file));
@@ -303,8 +302,8 @@ TEST(FileAlias, PathsErrorsAndRelativeResolution)
     ASSERT_TRUE(dir.isValid());
     const QString base = canonicalTemp(dir);
     ASSERT_TRUE(QDir(base).mkpath(QStringLiteral("Song/Audio")));
-    const QString target = base + QStringLiteral("/Song/Audio/drums.wav");
-    const QString from = base + QStringLiteral("/Song/song.session");
+    const QString target = base + "/Song/Audio/drums.wav";
+    const QString from = base + "/Song/song.session";
     ASSERT_TRUE(PavoTest::writeFile(target, "d"));
     ASSERT_TRUE(PavoTest::writeFile(from, "s"));
 
@@ -314,20 +313,20 @@ TEST(FileAlias, PathsErrorsAndRelativeResolution)
     EXPECT_EQ(alias.filePathRelativeToPath(from, &error), target);
     EXPECT_EQ(alias.filePath(&error), target);
     error = 0;
-    EXPECT_TRUE(alias.filePathRelativeToPath(base + QStringLiteral("/none"), &error).isNull());
+    EXPECT_TRUE(alias.filePathRelativeToPath(base + "/none", &error).isNull());
     EXPECT_EQ(error, fnfErr);
 
     // The copy of a whole song folder resolves to the copy when asked relative to it.
     ASSERT_TRUE(QDir(base).mkpath(QStringLiteral("Copy/Audio")));
-    ASSERT_TRUE(QFile::copy(target, base + QStringLiteral("/Copy/Audio/drums.wav")));
-    ASSERT_TRUE(QFile::copy(from, base + QStringLiteral("/Copy/song.session")));
+    ASSERT_TRUE(QFile::copy(target, base + "/Copy/Audio/drums.wav"));
+    ASSERT_TRUE(QFile::copy(from, base + "/Copy/song.session"));
     ASSERT_TRUE(QFile::remove(target));
-    EXPECT_EQ(alias.filePathRelativeToPath(base + QStringLiteral("/Copy/song.session"), &error),
-        base + QStringLiteral("/Copy/Audio/drums.wav"));
+    EXPECT_EQ(
+        alias.filePathRelativeToPath(base + "/Copy/song.session", &error), base + "/Copy/Audio/drums.wav");
 
     FileAlias missing;
     error = 0;
-    EXPECT_FALSE(missing.initWithFilePath(base + QStringLiteral("/nothing.wav"), &error));
+    EXPECT_FALSE(missing.initWithFilePath(base + "/nothing.wav", &error));
     EXPECT_EQ(error, fnfErr);
     EXPECT_TRUE(missing.filePath(&error).isNull());
     EXPECT_EQ(error, paramErr);
@@ -358,8 +357,8 @@ TEST(CFileRefData, VolumeMountedElsewhere)
     QTemporaryDir dir;
     ASSERT_TRUE(dir.isValid());
     const QString base = canonicalTemp(dir);
-    const QString first = base + QStringLiteral("/Drums");
-    const QString second = base + QStringLiteral("/Moved/Drums");
+    const QString first = base + "/Drums";
+    const QString second = base + "/Moved/Drums";
     ASSERT_TRUE(QDir(base).mkpath(QStringLiteral("Drums")));
     ASSERT_TRUE(QDir(base).mkpath(QStringLiteral("Moved/Drums")));
     const pid_t child = fork();
@@ -373,9 +372,9 @@ TEST(CFileRefData, VolumeMountedElsewhere)
             _exit(1);
         };
         if (!QDir(first).mkpath(QStringLiteral("Kit/Snares"))
-            || !PavoTest::writeFile(first + QStringLiteral("/Kit/Snares/snare.wav"), "snare"))
+            || !PavoTest::writeFile(first + "/Kit/Snares/snare.wav", "snare"))
             fail("writing on the new volume");
-        CFileRef ref(first + QStringLiteral("/Kit/Snares/snare.wav"), kPathStylePOSIX, 0);
+        CFileRef ref(first + "/Kit/Snares/snare.wav", kPathStylePOSIX, 0);
         FSSpec fsSpec;
         if (!ref.GetFSSpec(&fsSpec))
             fail("FSSpec on the new volume");
@@ -386,7 +385,7 @@ TEST(CFileRefData, VolumeMountedElsewhere)
                 MS_MOVE, nullptr)
             != 0)
             _exit(77);
-        const QString now = second + QStringLiteral("/Kit/Snares/snare.wav");
+        const QString now = second + "/Kit/Snares/snare.wav";
         if (restoredPath(block) != now)
             fail("the alias finds the file on the volume mounted elsewhere");
         CFileRef bySpec(&fsSpec);

@@ -82,10 +82,8 @@ bool setFinderInfo(const QString& path, const char type[4], uint16_t flags)
 TEST(FileUtilTable, LookupsAndStereoExtensions)
 {
     EXPECT_EQ(CFileUtilAudioFileType(-1), nullptr);
-    EXPECT_EQ(CFileUtilAudioFileType(4), &audioFileTypes[4]);
     EXPECT_EQ(CFileUtilAudioFileType(kAudioFileTypeRows + 1), nullptr);
     EXPECT_EQ(CFileUtilGetPointAudioFileType(int32_t(PvFourCC("WAVE"))), &audioFileTypes[7]);
-    EXPECT_EQ(CFileUtilGetPointAudioFileType(int32_t(PvFourCC("Sd2f"))), &audioFileTypes[0]);
     EXPECT_EQ(CFileUtilGetPointAudioFileType(int32_t(PvFourCC("OggS"))), &audioFileTypes[kAudioFileTypeRows]);
 
     char out[8] = "junk";

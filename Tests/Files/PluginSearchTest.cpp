@@ -63,7 +63,7 @@ bool writeSidecar(const QString& path, uint16_t flags)
     bytes[49] = 32;
     bytes += finderInfo(flags);
     const QFileInfo file(path);
-    return write(file.absolutePath() + QLatin1String("/._") + file.fileName(), bytes);
+    return write(file.absolutePath() + "/._" + file.fileName(), bytes);
 }
 
 class ApplicationName {
@@ -102,75 +102,70 @@ protected:
 
 TEST_F(PluginTree, SearchPathsInTheirFixedOrder)
 {
-    ApplicationName app(QStringLiteral("Foo"));
-    PavoTest::EnvVar home("XDG_DATA_HOME", QFile::encodeName(at(QStringLiteral("user"))));
-    PavoTest::EnvVar dirs(
-        "XDG_DATA_DIRS", QFile::encodeName(at(QStringLiteral("m1")) + ":" + at(QStringLiteral("m2"))));
+    ApplicationName app("Foo");
+    PavoTest::EnvVar home("XDG_DATA_HOME", QFile::encodeName(at("user")));
+    PavoTest::EnvVar dirs("XDG_DATA_DIRS", QFile::encodeName(at("m1") + ":" + at("m2")));
     const QString exe = QCoreApplication::applicationDirPath();
-    const QStringList expected = {exe + QLatin1String("/Presets"), exe + QLatin1String("/plugins"),
-        at(QStringLiteral("user/Foo/Presets")), at(QStringLiteral("m1/Foo/Presets")),
-        at(QStringLiteral("m2/Foo/Presets"))};
+    const QStringList expected = {exe + "/Presets", exe + "/plugins", at("user/Foo/Presets"),
+        at("m1/Foo/Presets"), at("m2/Foo/Presets")};
     EXPECT_EQ(PVPluginSearchPaths(QStringLiteral("Presets")), expected);
     EXPECT_EQ(PvFileManager().pluginSearchPaths(QStringLiteral("Presets")), expected);
 }
 
 TEST_F(PluginTree, SearchFindsVisibleItemsWithTheExactExtension)
 {
-    ApplicationName app(QStringLiteral("PvPluginHost"));
-    PavoTest::EnvVar home("XDG_DATA_HOME", QFile::encodeName(at(QStringLiteral("user"))));
-    PavoTest::EnvVar dirs(
-        "XDG_DATA_DIRS", QFile::encodeName(at(QStringLiteral("m1")) + ":" + at(QStringLiteral("m2"))));
-    const QString user = at(QStringLiteral("user/PvPluginHost/Presets"));
+    ApplicationName app("PvPluginHost");
+    PavoTest::EnvVar home("XDG_DATA_HOME", QFile::encodeName(at("user")));
+    PavoTest::EnvVar dirs("XDG_DATA_DIRS", QFile::encodeName(at("m1") + ":" + at("m2")));
+    const QString user = at("user/PvPluginHost/Presets");
     for (const char* name : {"a.preset", "B.Preset", "notes.txt", ".hidden.preset", ".dot/c.preset",
              "sub/.d.preset", "sub/deeper/e.preset", "y.preset/x.preset", "y.preset/Contents/Info.plist",
              "plain.preset.bak", "sub/sidecar.preset", "sub/flagged.preset"})
         ASSERT_TRUE(write(user + QLatin1Char('/') + QLatin1String(name)));
-    ASSERT_TRUE(link(QStringLiteral("a.preset"), user + QLatin1String("/link.preset")));
-    ASSERT_TRUE(link(QStringLiteral("loop2.preset"), user + QLatin1String("/loop1.preset")));
-    ASSERT_TRUE(link(QStringLiteral("loop1.preset"), user + QLatin1String("/loop2.preset")));
-    ASSERT_TRUE(link(QStringLiteral("nowhere"), user + QLatin1String("/dangling.preset")));
-    ASSERT_TRUE(link(QStringLiteral("."), user + QLatin1String("/sub/self"))); // a folder loop
-    ASSERT_TRUE(link(user, user + QLatin1String("/sub/up.preset"))); // a link to a folder is not entered
-    ASSERT_TRUE(writeSidecar(user + QLatin1String("/sub/sidecar.preset"), kPvFinderIsInvisible));
+    ASSERT_TRUE(link("a.preset", user + "/link.preset"));
+    ASSERT_TRUE(link("loop2.preset", user + "/loop1.preset"));
+    ASSERT_TRUE(link("loop1.preset", user + "/loop2.preset"));
+    ASSERT_TRUE(link("nowhere", user + "/dangling.preset"));
+    ASSERT_TRUE(link(".", user + "/sub/self")); // a folder loop
+    ASSERT_TRUE(link(user, user + "/sub/up.preset")); // a link to a folder is not entered
+    ASSERT_TRUE(writeSidecar(user + "/sub/sidecar.preset", kPvFinderIsInvisible));
 
     // The second machine folder is reached through a link; the first holds a duplicate.
-    ASSERT_TRUE(write(at(QStringLiteral("m1/PvPluginHost/Presets/a.preset"))));
-    ASSERT_TRUE(write(at(QStringLiteral("real/Presets/z.preset"))));
-    QDir().mkpath(at(QStringLiteral("m2")));
-    ASSERT_TRUE(link(at(QStringLiteral("real")), at(QStringLiteral("m2/PvPluginHost"))));
+    ASSERT_TRUE(write(at("m1/PvPluginHost/Presets/a.preset")));
+    ASSERT_TRUE(write(at("real/Presets/z.preset")));
+    QDir().mkpath(at("m2"));
+    ASSERT_TRUE(link(at("real"), at("m2/PvPluginHost")));
 
-    QStringList expected = {user + QLatin1String("/a.preset"), user + QLatin1String("/link.preset"),
-        user + QLatin1String("/sub/.d.preset"), user + QLatin1String("/sub/deeper/e.preset"),
-        user + QLatin1String("/sub/flagged.preset"), user + QLatin1String("/sub/up.preset"),
-        user + QLatin1String("/y.preset"), user + QLatin1String("/y.preset/x.preset"),
-        at(QStringLiteral("m1/PvPluginHost/Presets/a.preset")), at(QStringLiteral("real/Presets/z.preset"))};
+    QStringList expected
+        = {user + "/a.preset", user + "/link.preset", user + "/sub/.d.preset", user + "/sub/deeper/e.preset",
+            user + "/sub/flagged.preset", user + "/sub/up.preset", user + "/y.preset",
+            user + "/y.preset/x.preset", at("m1/PvPluginHost/Presets/a.preset"), at("real/Presets/z.preset")};
     if (m_xattrs) {
-        ASSERT_TRUE(setFlags(user + QLatin1String("/sub/flagged.preset"), kPvFinderIsInvisible));
-        expected.removeAll(user + QLatin1String("/sub/flagged.preset"));
+        ASSERT_TRUE(setFlags(user + "/sub/flagged.preset", kPvFinderIsInvisible));
+        expected.removeAll(user + "/sub/flagged.preset");
     }
-    EXPECT_EQ(PVSearchForPlugins(QStringLiteral("preset"), QStringLiteral("Presets")), expected);
+    EXPECT_EQ(PVSearchForPlugins("preset", "Presets"), expected);
     EXPECT_EQ(
         PvFileManager().searchForPlugins(QStringLiteral("preset"), QStringLiteral("Presets")), expected);
-    EXPECT_EQ(PVSearchForPlugins(QStringLiteral("Preset"), QStringLiteral("Presets")),
-        QStringList {user + QLatin1String("/B.Preset")});
-    EXPECT_TRUE(PVSearchForPlugins(QStringLiteral("preset"), QStringLiteral("Missing")).isEmpty());
+    EXPECT_EQ(PVSearchForPlugins("Preset", "Presets"), QStringList {user + "/B.Preset"});
+    EXPECT_TRUE(PVSearchForPlugins("preset", "Missing").isEmpty());
 }
 
 TEST_F(PluginTree, UnreadableFoldersContributeNothing)
 {
-    ApplicationName app(QStringLiteral("PvPluginHost"));
-    PavoTest::EnvVar home("XDG_DATA_HOME", QFile::encodeName(at(QStringLiteral("user"))));
-    PavoTest::EnvVar dirs("XDG_DATA_DIRS", QFile::encodeName(at(QStringLiteral("none"))));
-    const QString user = at(QStringLiteral("user/PvPluginHost/Presets"));
-    ASSERT_TRUE(write(user + QLatin1String("/open.preset")));
-    ASSERT_TRUE(write(user + QLatin1String("/locked/inside.preset")));
-    ASSERT_EQ(::chmod(QFile::encodeName(user + QLatin1String("/locked")).constData(), 0), 0);
-    const QStringList expectedAll = {user + QLatin1String("/open.preset")};
+    ApplicationName app("PvPluginHost");
+    PavoTest::EnvVar home("XDG_DATA_HOME", QFile::encodeName(at("user")));
+    PavoTest::EnvVar dirs("XDG_DATA_DIRS", QFile::encodeName(at("none")));
+    const QString user = at("user/PvPluginHost/Presets");
+    ASSERT_TRUE(write(user + "/open.preset"));
+    ASSERT_TRUE(write(user + "/locked/inside.preset"));
+    ASSERT_EQ(::chmod(QFile::encodeName(user + "/locked").constData(), 0), 0);
+    const QStringList expectedAll = {user + "/open.preset"};
 
     if (::geteuid() != 0) {
-        EXPECT_EQ(PVSearchForPlugins(QStringLiteral("preset"), QStringLiteral("Presets")), expectedAll);
+        EXPECT_EQ(PVSearchForPlugins("preset", "Presets"), expectedAll);
         EXPECT_EQ(contentPathsAtPath(user, true, true), expectedAll);
-        EXPECT_EQ(contentPathsAtPath(user + QLatin1String("/locked"), false, false), std::nullopt);
+        EXPECT_EQ(contentPathsAtPath(user + "/locked", false, false), std::nullopt);
     } else {
         // The super-user reads every folder: drop to an unprivileged user in a child.
         ASSERT_EQ(::chmod(QFile::encodeName(m_root).constData(), 0755), 0);
@@ -178,16 +173,14 @@ TEST_F(PluginTree, UnreadableFoldersContributeNothing)
             {
                 if (::setgid(65534) != 0 || ::setuid(65534) != 0)
                     ::_exit(3);
-                const bool found
-                    = PVSearchForPlugins(QStringLiteral("preset"), QStringLiteral("Presets")) == expectedAll;
+                const bool found = PVSearchForPlugins("preset", "Presets") == expectedAll;
                 const bool listed = contentPathsAtPath(user, true, true) == expectedAll;
-                const bool locked
-                    = !contentPathsAtPath(user + QLatin1String("/locked"), false, false).has_value();
+                const bool locked = !contentPathsAtPath(user + "/locked", false, false).has_value();
                 ::_exit(found && listed && locked ? 0 : 1);
             },
             ::testing::ExitedWithCode(0), "");
     }
-    ::chmod(QFile::encodeName(user + QLatin1String("/locked")).constData(), 0755);
+    ::chmod(QFile::encodeName(user + "/locked").constData(), 0755);
 }
 
 TEST_F(PluginTree, ContentListingsAndPackages)
@@ -195,9 +188,9 @@ TEST_F(PluginTree, ContentListingsAndPackages)
     for (const char* name : {"f.txt", ".hidden", "dir/g.txt", "dir/inner/h.txt", "Synth.vst3/Contents/x.so",
              "Odd/Contents/Info.plist", "Odd/Contents/y"})
         ASSERT_TRUE(write(at(QStringLiteral("c/") + QLatin1String(name))));
-    ASSERT_TRUE(link(at(QStringLiteral("c/f.txt")), at(QStringLiteral("c/link.txt"))));
-    ASSERT_TRUE(link(at(QStringLiteral("c")), at(QStringLiteral("c/dir/loop"))));
-    const QString c = at(QStringLiteral("c"));
+    ASSERT_TRUE(link(at("c/f.txt"), at("c/link.txt")));
+    ASSERT_TRUE(link(at("c"), at("c/dir/loop")));
+    const QString c = at("c");
 
     EXPECT_EQ(contentPathsAtPath(c, false, false),
         (QStringList {c + "/.hidden", c + "/Odd", c + "/Synth.vst3", c + "/dir", c + "/f.txt"}));
@@ -234,9 +227,9 @@ TEST_F(PluginTree, ContentListingsAndPackages)
 
 TEST_F(PluginTree, ResolvingFilesAndLinks)
 {
-    ASSERT_TRUE(write(at(QStringLiteral("base.aif"))));
-    ASSERT_TRUE(write(at(QStringLiteral("base.wav"))));
-    const QString base = at(QStringLiteral("base"));
+    ASSERT_TRUE(write(at("base.aif")));
+    ASSERT_TRUE(write(at("base.wav")));
+    const QString base = at("base");
     EXPECT_EQ(resolveFile(base, {QStringLiteral("aif"), QStringLiteral("wav")}), base + ".aif");
     EXPECT_EQ(resolveFile(base, {QStringLiteral("mp3"), QStringLiteral("wav"), QStringLiteral("aif")}),
         base + ".wav");
@@ -246,87 +239,81 @@ TEST_F(PluginTree, ResolvingFilesAndLinks)
         PvFileManager().resolveFile(QStringLiteral("base"), m_root, {QStringLiteral("wav")}), base + ".wav");
 
     // Links in the middle and at the end of a path, chains, and parts that do not exist.
-    QDir().mkpath(at(QStringLiteral("real/inner")));
-    ASSERT_TRUE(write(at(QStringLiteral("real/inner/file"))));
-    ASSERT_TRUE(link(at(QStringLiteral("real")), at(QStringLiteral("hop1"))));
-    ASSERT_TRUE(link(QStringLiteral("hop1"), at(QStringLiteral("hop2"))));
-    ASSERT_TRUE(link(QStringLiteral("inner/file"), at(QStringLiteral("real/shortcut"))));
-    EXPECT_EQ(pathByResolvingSymlinksAndAliasesInPath(at(QStringLiteral("hop2/inner/file"))),
-        at(QStringLiteral("real/inner/file")));
-    EXPECT_EQ(pathByResolvingSymlinksAndAliasesInPath(at(QStringLiteral("hop2/shortcut"))),
-        at(QStringLiteral("real/inner/file")));
-    EXPECT_EQ(pathByResolvingSymlinksAndAliasesInPath(at(QStringLiteral("hop2/not/there"))),
-        at(QStringLiteral("real/not/there")));
-    EXPECT_EQ(pathByResolvingSymlinksAndAliasesInPath(at(QStringLiteral("real/./inner/../inner//file"))),
-        at(QStringLiteral("real/inner/file")));
+    QDir().mkpath(at("real/inner"));
+    ASSERT_TRUE(write(at("real/inner/file")));
+    ASSERT_TRUE(link(at("real"), at("hop1")));
+    ASSERT_TRUE(link("hop1", at("hop2")));
+    ASSERT_TRUE(link("inner/file", at("real/shortcut")));
+    EXPECT_EQ(pathByResolvingSymlinksAndAliasesInPath(at("hop2/inner/file")), at("real/inner/file"));
+    EXPECT_EQ(pathByResolvingSymlinksAndAliasesInPath(at("hop2/shortcut")), at("real/inner/file"));
+    EXPECT_EQ(pathByResolvingSymlinksAndAliasesInPath(at("hop2/not/there")), at("real/not/there"));
+    EXPECT_EQ(
+        pathByResolvingSymlinksAndAliasesInPath(at("real/./inner/../inner//file")), at("real/inner/file"));
     EXPECT_EQ(PvFileManager().pathByResolvingSymlinksAndAliasesInPath(QStringLiteral("~")), QDir::homePath());
     EXPECT_EQ(pathByResolvingSymlinksAndAliasesInPath(QStringLiteral("/")), QStringLiteral("/"));
     EXPECT_TRUE(pathByResolvingSymlinksAndAliasesInPath(QString()).isEmpty());
 
     // Loops and dangling links come back as they stand.
-    ASSERT_TRUE(link(QStringLiteral("loopB"), at(QStringLiteral("loopA"))));
-    ASSERT_TRUE(link(QStringLiteral("loopA"), at(QStringLiteral("loopB"))));
-    ASSERT_TRUE(link(QStringLiteral("missing"), at(QStringLiteral("dangling"))));
-    EXPECT_EQ(
-        pathByResolvingSymlinksAndAliasesInPath(at(QStringLiteral("loopA"))), at(QStringLiteral("loopA")));
-    EXPECT_EQ(pathByResolvingSymlinksAndAliasesInPath(at(QStringLiteral("loopA/x"))),
-        at(QStringLiteral("loopA/x")));
-    EXPECT_EQ(pathByResolvingSymlinksAndAliasesInPath(at(QStringLiteral("dangling"))),
-        at(QStringLiteral("missing")));
+    ASSERT_TRUE(link("loopB", at("loopA")));
+    ASSERT_TRUE(link("loopA", at("loopB")));
+    ASSERT_TRUE(link("missing", at("dangling")));
+    EXPECT_EQ(pathByResolvingSymlinksAndAliasesInPath(at("loopA")), at("loopA"));
+    EXPECT_EQ(pathByResolvingSymlinksAndAliasesInPath(at("loopA/x")), at("loopA/x"));
+    EXPECT_EQ(pathByResolvingSymlinksAndAliasesInPath(at("dangling")), at("missing"));
 }
 
 TEST_F(PluginTree, VisibilityComesFromFinderInformation)
 {
-    ASSERT_TRUE(write(at(QStringLiteral("shown"))));
-    ASSERT_TRUE(write(at(QStringLiteral(".dotted"))));
-    ASSERT_TRUE(write(at(QStringLiteral("sidecar"))));
-    ASSERT_TRUE(writeSidecar(at(QStringLiteral("sidecar")), kPvFinderIsInvisible | kPvFinderHasBundle));
-    ASSERT_TRUE(write(at(QStringLiteral("sidecarShown"))));
-    ASSERT_TRUE(writeSidecar(at(QStringLiteral("sidecarShown")), kPvFinderHasBundle));
-    ASSERT_TRUE(link(QStringLiteral("sidecar"), at(QStringLiteral("toHidden"))));
-    ASSERT_TRUE(link(QStringLiteral("nothing"), at(QStringLiteral("dangling"))));
+    ASSERT_TRUE(write(at("shown")));
+    ASSERT_TRUE(write(at(".dotted")));
+    ASSERT_TRUE(write(at("sidecar")));
+    ASSERT_TRUE(writeSidecar(at("sidecar"), kPvFinderIsInvisible | kPvFinderHasBundle));
+    ASSERT_TRUE(write(at("sidecarShown")));
+    ASSERT_TRUE(writeSidecar(at("sidecarShown"), kPvFinderHasBundle));
+    ASSERT_TRUE(link("sidecar", at("toHidden")));
+    ASSERT_TRUE(link("nothing", at("dangling")));
 
-    EXPECT_TRUE(isFileVisible(at(QStringLiteral("shown"))));
-    EXPECT_TRUE(isFileVisible(at(QStringLiteral(".dotted")))); // a leading dot does not hide
-    EXPECT_FALSE(isFileVisible(at(QStringLiteral("sidecar"))));
-    EXPECT_TRUE(isFileVisible(at(QStringLiteral("sidecarShown"))));
-    EXPECT_FALSE(PvFileManager().isFileVisible(at(QStringLiteral("toHidden")))); // the target decides
-    EXPECT_FALSE(isFileVisible(at(QStringLiteral("missing"))));
-    EXPECT_FALSE(isFileVisible(at(QStringLiteral("dangling"))));
+    EXPECT_TRUE(isFileVisible(at("shown")));
+    EXPECT_TRUE(isFileVisible(at(".dotted"))); // a leading dot does not hide
+    EXPECT_FALSE(isFileVisible(at("sidecar")));
+    EXPECT_TRUE(isFileVisible(at("sidecarShown")));
+    EXPECT_FALSE(PvFileManager().isFileVisible(at("toHidden"))); // the target decides
+    EXPECT_FALSE(isFileVisible(at("missing")));
+    EXPECT_FALSE(isFileVisible(at("dangling")));
     EXPECT_FALSE(isFileVisible(QString()));
     if (!m_xattrs)
         GTEST_SKIP() << "no user extended attributes on this file system";
-    ASSERT_TRUE(setFlags(at(QStringLiteral("shown")), kPvFinderIsInvisible));
-    EXPECT_FALSE(isFileVisible(at(QStringLiteral("shown"))));
+    ASSERT_TRUE(setFlags(at("shown"), kPvFinderIsInvisible));
+    EXPECT_FALSE(isFileVisible(at("shown")));
     // The attribute wins over the sidecar.
-    ASSERT_TRUE(setFlags(at(QStringLiteral("sidecar")), 0));
-    EXPECT_TRUE(isFileVisible(at(QStringLiteral("sidecar"))));
-    QDir().mkpath(at(QStringLiteral("folder")));
-    ASSERT_TRUE(setFlags(at(QStringLiteral("folder")), kPvFinderIsInvisible));
-    EXPECT_FALSE(isFileVisible(at(QStringLiteral("folder/"))));
+    ASSERT_TRUE(setFlags(at("sidecar"), 0));
+    EXPECT_TRUE(isFileVisible(at("sidecar")));
+    QDir().mkpath(at("folder"));
+    ASSERT_TRUE(setFlags(at("folder"), kPvFinderIsInvisible));
+    EXPECT_FALSE(isFileVisible(at("folder/")));
 }
 
 TEST_F(PluginTree, CreatingAndMergingTrees)
 {
-    const QString deep = at(QStringLiteral("made/a/b/c"));
+    const QString deep = at("made/a/b/c");
     QVariantMap attributes;
     attributes.insert(QLatin1String(PvFilePosixPermissions), 0750);
     EXPECT_TRUE(createDirectoriesRecursivelyAtPath(deep, attributes));
     EXPECT_TRUE(QFileInfo(deep).isDir());
     struct stat st;
-    ASSERT_EQ(::stat(QFile::encodeName(at(QStringLiteral("made/a"))).constData(), &st), 0);
+    ASSERT_EQ(::stat(QFile::encodeName(at("made/a")).constData(), &st), 0);
     EXPECT_EQ(st.st_mode & 07777, 0750u);
     EXPECT_TRUE(PvFileManager().createDirectoriesRecursivelyAtPath(deep));
-    ASSERT_TRUE(write(at(QStringLiteral("afile"))));
-    EXPECT_FALSE(createDirectoriesRecursivelyAtPath(at(QStringLiteral("afile/sub"))));
+    ASSERT_TRUE(write(at("afile")));
+    EXPECT_FALSE(createDirectoriesRecursivelyAtPath(at("afile/sub")));
     EXPECT_FALSE(createDirectoriesRecursivelyAtPath(QString()));
 
-    const QString src = at(QStringLiteral("src"));
-    const QString dst = at(QStringLiteral("dst"));
+    const QString src = at("src");
+    const QString dst = at("dst");
     ASSERT_TRUE(write(src + "/one", "new one"));
     ASSERT_TRUE(write(src + "/sub/two", "two"));
     ASSERT_TRUE(write(src + "/sub/deeper/three", "three"));
-    ASSERT_TRUE(link(QStringLiteral("one"), src + "/alias"));
+    ASSERT_TRUE(link("one", src + "/alias"));
     ASSERT_EQ(::chmod(QFile::encodeName(src + "/sub/deeper").constData(), 0700), 0);
     ASSERT_TRUE(write(dst + "/one", "old one"));
     ASSERT_TRUE(write(dst + "/sub/keep", "keep"));
@@ -350,15 +337,15 @@ TEST_F(PluginTree, CreatingAndMergingTrees)
     EXPECT_EQ(read(dst + "/sub/keep"), "keep");
 
     // A file where the source has a folder: creating the folder below it fails.
-    const QString blocked = at(QStringLiteral("blocked"));
+    const QString blocked = at("blocked");
     ASSERT_TRUE(write(blocked + "/sub", "a file"));
     EXPECT_FALSE(mergePath(src, blocked, false, nullptr));
     // A copy that fails (a named pipe) ends the merge unless the handler lets it go on.
-    const QString withPipe = at(QStringLiteral("pipes"));
+    const QString withPipe = at("pipes");
     ASSERT_TRUE(write(withPipe + "/z.txt", "z"));
     ASSERT_EQ(::mkfifo(QFile::encodeName(withPipe + "/a.pipe").constData(), 0600), 0);
-    EXPECT_FALSE(mergePath(withPipe, at(QStringLiteral("out1")), false, nullptr));
-    EXPECT_EQ(read(at(QStringLiteral("out1/z.txt"))), "(missing)");
+    EXPECT_FALSE(mergePath(withPipe, at("out1"), false, nullptr));
+    EXPECT_EQ(read(at("out1/z.txt")), "(missing)");
     struct Lenient : PvFileManagerHandler {
         QStringList failed;
         bool shouldProceedAfterError(const QString& source, const QString&, int) override
@@ -367,9 +354,9 @@ TEST_F(PluginTree, CreatingAndMergingTrees)
             return true;
         }
     } lenient;
-    QDir().mkpath(at(QStringLiteral("out2")));
-    EXPECT_TRUE(mergePath(withPipe, at(QStringLiteral("out2")), false, &lenient));
+    QDir().mkpath(at("out2"));
+    EXPECT_TRUE(mergePath(withPipe, at("out2"), false, &lenient));
     EXPECT_EQ(lenient.failed, QStringList {withPipe + "/a.pipe"});
-    EXPECT_EQ(read(at(QStringLiteral("out2/z.txt"))), "z");
-    EXPECT_TRUE(mergePath(at(QStringLiteral("no-such-source")), dst, false, nullptr));
+    EXPECT_EQ(read(at("out2/z.txt")), "z");
+    EXPECT_TRUE(mergePath(at("no-such-source"), dst, false, nullptr));
 }

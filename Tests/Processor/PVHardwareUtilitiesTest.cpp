@@ -133,24 +133,22 @@ TEST_F(Hardware, ProcessorClassesByFamily)
 
 TEST_F(Hardware, PowerPCClasses)
 {
-    FakeMachine g5;
-    g5.write(
-        "/proc/cpuinfo", "processor\t: 0\ncpu\t\t: PPC970MP, altivec supported\nclock\t\t: 2500.000000MHz\n");
-    hw->setMachine(g5.root());
-    EXPECT_EQ(hw->cpuType(), 3); // even with vector instructions
-    EXPECT_EQ(hw->machineCpuType(), 0u);
-    EXPECT_EQ(hw->hasVectorUnit(), 1u);
-
-    FakeMachine g4;
-    g4.write("/proc/cpuinfo", "processor\t: 0\ncpu\t\t: 7447A, altivec supported\n");
-    hw->setMachine(g4.root());
-    EXPECT_EQ(hw->cpuType(), 2);
-
-    FakeMachine g3;
-    g3.write("/proc/cpuinfo", "processor\t: 0\ncpu\t\t: 750FX\n");
-    hw->setMachine(g3.root());
-    EXPECT_EQ(hw->cpuType(), 1);
-    EXPECT_EQ(hw->hasVectorUnit(), 0u);
+    // G5 (even with vector instructions), G4, G3.
+    const struct {
+        const char* cpu;
+        int type;
+        unsigned vector;
+    } machines[]
+        = {{"PPC970MP, altivec supported", 3, 1}, {"7447A, altivec supported", 2, 1}, {"750FX", 1, 0}};
+    for (const auto& m : machines) {
+        FakeMachine ppc;
+        ppc.write("/proc/cpuinfo",
+            QByteArray("processor\t: 0\ncpu\t\t: ") + m.cpu + "\nclock\t\t: 2500.000000MHz\n");
+        hw->setMachine(ppc.root());
+        EXPECT_EQ(hw->cpuType(), m.type) << m.cpu;
+        EXPECT_EQ(hw->hasVectorUnit(), m.vector) << m.cpu;
+        EXPECT_EQ(hw->machineCpuType(), 0u) << m.cpu;
+    }
 }
 
 TEST_F(Hardware, FailuresGiveZero)
