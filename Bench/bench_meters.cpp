@@ -20,8 +20,6 @@
 #include <QPixmap>
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <memory>
 #include <numbers>
@@ -246,51 +244,6 @@ void BM_PlainFill(benchmark::State& state)
     }
 }
 
-// Both sides frame after frame in one loop, each frame timed on its own, so that both see
-// the same state of a shared machine; the ratio is that of the median frame times.
-void runPaired(benchmark::State& state, uint32_t ledCount)
-{
-    PvClock::ScopedOverride clock(0.0);
-    MeterPanel meters(ledCount);
-    FillPanel fills;
-    const std::vector<float> signal = makeSignal(false);
-    QImage image(meters.panel.size(), QImage::Format_ARGB32_Premultiplied);
-    std::vector<double> meterTimes, fillTimes;
-    int frame = 0;
-    using Clock = std::chrono::steady_clock;
-    for (auto _ : state) {
-        const auto t0 = Clock::now();
-        clock.advance(1.0 / 60);
-        meters.feed(signal, frame);
-        meters.panel.render(&image);
-        const auto t1 = Clock::now();
-        fills.feed(signal, frame);
-        fills.panel.render(&image);
-        const auto t2 = Clock::now();
-        meterTimes.push_back(std::chrono::duration<double, std::micro>(t1 - t0).count());
-        fillTimes.push_back(std::chrono::duration<double, std::micro>(t2 - t1).count());
-        frame = (frame + 1) % kFrames;
-    }
-    auto median = [](std::vector<double>& v) {
-        std::nth_element(v.begin(), v.begin() + std::ptrdiff_t(v.size() / 2), v.end());
-        return v[v.size() / 2];
-    };
-    const double m = median(meterTimes), f = median(fillTimes);
-    state.counters["meter_us"] = m;
-    state.counters["fill_us"] = f;
-    state.counters["ratio"] = m / f;
-}
-
-void BM_Paired_LED(benchmark::State& state)
-{
-    runPaired(state, 10);
-}
-
-void BM_Paired_Bar(benchmark::State& state)
-{
-    runPaired(state, 0);
-}
-
 // The pictures of every meter in this program.
 [[maybe_unused]] const bool kPicturesInstalled
     = (PvResourceProvider::setDefaultResourceProviderClass<Pictures>(), true);
@@ -300,5 +253,3 @@ void BM_Paired_Bar(benchmark::State& state)
 BENCHMARK(BM_PlainFill)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_Meters_LED)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_Meters_Bar)->Unit(benchmark::kMicrosecond);
-BENCHMARK(BM_Paired_LED)->Unit(benchmark::kMicrosecond);
-BENCHMARK(BM_Paired_Bar)->Unit(benchmark::kMicrosecond);
