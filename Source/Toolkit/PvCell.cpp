@@ -20,6 +20,9 @@ constexpr qreal kVerticalMargin[] = {2.0, 1.5, 1.0};
 
 } // namespace
 
+// A matrix makes its cells by the hundred thousand; keep a plain one this small.
+static_assert(sizeof(PvCell) <= 80);
+
 PvCell::PvCell() = default;
 
 PvCell::PvCell(const QString& text)
@@ -31,11 +34,10 @@ PvCell::PvCell(const PvCell& other)
     : m_value(other.m_value)
     , m_controlView(other.m_controlView)
     , m_extras(other.m_extras ? std::make_unique<Extras>(*other.m_extras) : nullptr)
-    , m_state(other.m_state)
-    , m_tag(other.m_tag)
     , m_sendActionMask(other.m_sendActionMask)
-    , m_alignment(other.m_alignment)
+    , m_state(other.m_state)
     , m_controlSize(other.m_controlSize)
+    , m_alignment(other.m_alignment)
     , m_allowsMixedState(other.m_allowsMixedState)
     , m_highlighted(other.m_highlighted)
     , m_enabled(other.m_enabled)
@@ -60,7 +62,6 @@ void PvCell::copySettingsTo(PvCell& other) const
     other.m_enabled = m_enabled;
     other.m_editable = m_editable;
     other.m_continuous = m_continuous;
-    other.m_tag = m_tag;
     other.m_value = m_value;
     other.m_alignment = m_alignment;
     other.m_controlSize = m_controlSize;
@@ -86,7 +87,7 @@ void PvCell::setState(int state)
     if (state == MixedState && m_allowsMixedState)
         s = MixedState;
     if (s != m_state) {
-        m_state = s;
+        m_state = int8_t(s);
         setNeedsDisplay();
     }
 }

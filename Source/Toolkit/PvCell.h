@@ -62,8 +62,12 @@ public:
     /// A continuous cell sends its action on every drag while tracking.
     bool isContinuous() const { return m_continuous; }
     void setContinuous(bool continuous) { m_continuous = continuous; }
-    int tag() const { return m_tag; }
-    void setTag(int tag) { m_tag = tag; }
+    int tag() const { return m_extras ? m_extras->tag : 0; }
+    void setTag(int tag)
+    {
+        if (tag != 0 || m_extras)
+            extras().tag = tag;
+    }
 
     // ---- value -------------------------------------------------------------------
     /// The value; a null variant when none was set.
@@ -88,8 +92,8 @@ public:
     QFont font() const { return hasFont() ? *m_extras->font : QFont(); }
     void setFont(const QFont& font) { extras().font = font; }
     bool hasFont() const { return m_extras && m_extras->font; }
-    Qt::Alignment alignment() const { return m_alignment; }
-    void setAlignment(Qt::Alignment alignment) { m_alignment = alignment; }
+    Qt::Alignment alignment() const { return Qt::Alignment(m_alignment); }
+    void setAlignment(Qt::Alignment alignment) { m_alignment = uint16_t(alignment.toInt()); }
     ControlSize controlSize() const { return ControlSize(m_controlSize); }
     void setControlSize(ControlSize size) { m_controlSize = uint8_t(size); }
 
@@ -192,23 +196,24 @@ private:
         QRectF trackingFrame;
         QPointer<QObject> accessibilityParent;
         QString accessibilityLabel;
+        int tag = 0;
     };
     Extras& extras();
 
     QVariant m_value;
     QPointer<PvControl> m_controlView;
     std::unique_ptr<Extras> m_extras;
-    int m_state = OffState;
-    int m_tag = 0;
+    // A matrix holds many cells: what follows is packed into 16 bytes.
     int32_t m_sendActionMask = PvLeftMouseUpMask;
-    Qt::Alignment m_alignment = Qt::AlignLeft | Qt::AlignVCenter;
     // Where the owning control keeps this cell, so that it finds the cell without a search.
     int m_indexInControl = -1;
+    int8_t m_state = OffState;
     uint8_t m_controlSize = RegularControlSize;
-    bool m_allowsMixedState = false;
-    bool m_highlighted = false;
-    bool m_enabled = true;
-    bool m_editable = false;
-    bool m_continuous = false;
+    uint16_t m_alignment = Qt::AlignLeft | Qt::AlignVCenter;
+    bool m_allowsMixedState : 1 = false;
+    bool m_highlighted : 1 = false;
+    bool m_enabled : 1 = true;
+    bool m_editable : 1 = false;
+    bool m_continuous : 1 = false;
     friend class PvControl;
 };
