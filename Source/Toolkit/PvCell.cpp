@@ -21,7 +21,7 @@ constexpr qreal kVerticalMargin[] = {2.0, 1.5, 1.0};
 } // namespace
 
 // A matrix makes its cells by the hundred thousand; keep a plain one this small.
-static_assert(sizeof(PvCell) <= 80);
+static_assert(sizeof(PvCell) <= 72);
 
 PvCell::PvCell() = default;
 
@@ -32,7 +32,6 @@ PvCell::PvCell(const QString& text)
 
 PvCell::PvCell(const PvCell& other)
     : m_value(other.m_value)
-    , m_controlView(other.m_controlView)
     , m_extras(other.m_extras ? std::make_unique<Extras>(*other.m_extras) : nullptr)
     , m_sendActionMask(other.m_sendActionMask)
     , m_state(other.m_state)
@@ -44,6 +43,7 @@ PvCell::PvCell(const PvCell& other)
     , m_editable(other.m_editable)
     , m_continuous(other.m_continuous)
 {
+    setControlView(other.controlView()); // a copy belongs to no control yet
 }
 
 PvCell::~PvCell() = default;
@@ -67,10 +67,14 @@ void PvCell::copySettingsTo(PvCell& other) const
     other.m_controlSize = m_controlSize;
     other.m_sendActionMask = m_sendActionMask;
     if (m_extras) {
+        const QPointer<PvControl> view = other.m_extras ? other.m_extras->view : nullptr; // other's own
         other.extras() = *m_extras;
+        other.m_extras->view = view;
         other.m_extras->trackingFrame = QRectF();
-    } else {
-        other.m_extras.reset();
+    } else if (other.m_extras) {
+        const QPointer<PvControl> view = other.m_extras->view;
+        *other.m_extras = Extras();
+        other.m_extras->view = view;
     }
 }
 
@@ -149,24 +153,40 @@ bool PvCell::sendAction(PvControl* view)
 
 PvControl* PvCell::controlView() const
 {
-    return m_controlView;
+    if (m_viewOwnsCell || !m_controlView)
+        return m_controlView;
+    return m_extras ? m_extras->view.data() : nullptr;
 }
 
 void PvCell::setControlView(PvControl* view)
 {
-    if (m_controlView.data() != view) // cells are told their view on every draw
-        m_controlView = view;
+    if (view == m_controlView && (m_viewOwnsCell || !view)) // told on every draw
+        return;
+    m_controlView = view;
+    m_viewOwnsCell = false;
+    if (view)
+        extras().view = view;
+    else if (m_extras)
+        m_extras->view = nullptr;
+}
+
+void PvCell::setOwningView(PvControl* view)
+{
+    m_controlView = view;
+    m_viewOwnsCell = view != nullptr;
+    if (m_extras)
+        m_extras->view = nullptr;
 }
 
 void PvCell::setNeedsDisplay()
 {
-    if (m_controlView)
-        m_controlView->updateCell(this);
+    if (PvControl* view = controlView())
+        view->updateCell(this);
 }
 
 void PvCell::drawWithFrame(QPainter& painter, const QRectF& frame, PvControl* view)
 {
-    m_controlView = view;
+    setControlView(view);
     if (m_highlighted || m_state != OffState) {
         const QPalette& pal = view ? view->palette() : QApplication::palette();
         QColor fill = pal.color(m_enabled ? QPalette::Active : QPalette::Disabled, QPalette::Highlight);
@@ -199,7 +219,7 @@ void PvCell::drawInteriorWithFrame(QPainter& painter, const QRectF& frame, PvCon
 
 QSizeF PvCell::cellSize() const
 {
-    QFont f = hasFont() ? *m_extras->font : (m_controlView ? m_controlView->font() : QApplication::font());
+    QFont f = hasFont() ? *m_extras->font : (controlView() ? controlView()->font() : QApplication::font());
     const QFontMetricsF fm(f);
     const qreal hm = kHorizontalMargin[m_controlSize];
     const qreal vm = kVerticalMargin[m_controlSize];
@@ -236,7 +256,7 @@ bool PvCell::trackMouse(const PvEvent& event, const QRectF& frame, PvControl* vi
 {
     if (!view)
         return false;
-    m_controlView = view;
+    setControlView(view);
     extras().trackingFrame = frame;
     return view->trackCell(this, event, frame, untilMouseUp);
 }
@@ -259,6 +279,6 @@ void PvCell::performClick(PvControl* view)
 {
     if (!m_enabled)
         return;
-    m_controlView = view;
+    setControlView(view);
     sendAction(view);
 }

@@ -196,12 +196,16 @@ private:
         QRectF trackingFrame;
         QPointer<QObject> accessibilityParent;
         QString accessibilityLabel;
+        QPointer<PvControl> view; // the control view, when it does not own the cell
         int tag = 0;
     };
     Extras& extras();
 
     QVariant m_value;
-    QPointer<PvControl> m_controlView;
+    // The control view: a control that owns the cell outlives it and is kept here alone;
+    // any other view is also watched in the extras, so that the cell forgets a view that
+    // goes away.
+    PvControl* m_controlView = nullptr;
     std::unique_ptr<Extras> m_extras;
     // A matrix holds many cells: what follows is packed into 16 bytes.
     int32_t m_sendActionMask = PvLeftMouseUpMask;
@@ -215,5 +219,10 @@ private:
     bool m_enabled : 1 = true;
     bool m_editable : 1 = false;
     bool m_continuous : 1 = false;
+    bool m_viewOwnsCell : 1 = false;
+    /// Makes view the control view for good: view owns the cell and destroys it before it
+    /// goes itself.
+    void setOwningView(PvControl* view);
     friend class PvControl;
+    friend class PvMatrix;
 };

@@ -98,7 +98,7 @@ void PvMatrix::cellsChanged(size_t from)
 
 void PvMatrix::adoptNewCell(PvCell* cell)
 {
-    cell->setControlView(this);
+    cell->setOwningView(this); // the matrix destroys its cells before it goes
     adoptCell(cell);
 }
 

@@ -2,6 +2,8 @@
 #include <Pavo/PavoUI.h>
 
 #include <QAccessible>
+#include <QImage>
+#include <QPainter>
 #include <QSignalSpy>
 #include <QTest>
 #include <gtest/gtest.h>
@@ -171,6 +173,23 @@ TEST(Cell, ValuesStatesAndCopies)
     EXPECT_EQ(copy->action(), "act");
     EXPECT_EQ(copy->state(), PvCell::MixedState);
     EXPECT_GT(c.cellSize().width(), 10);
+}
+
+TEST(Cell, KnowsItsViewOnlyWhileTheViewLives)
+{
+    PvMatrix matrix(PvMatrix::ListModeMatrix, 2, 1);
+    PvCell loose("loose");
+    QImage image(60, 30, QImage::Format_ARGB32_Premultiplied);
+    {
+        PvMatrix other(PvMatrix::ListModeMatrix, 1, 1);
+        QPainter painter(&image);
+        loose.drawWithFrame(painter, QRectF(0, 0, 40, 20), &other);
+        EXPECT_EQ(loose.controlView(), &other);
+    }
+    EXPECT_EQ(loose.controlView(), nullptr);
+    loose.setStringValue("changed"); // asks no destroyed view to redraw
+    EXPECT_EQ(matrix.cellAt(1, 0)->controlView(), &matrix);
+    EXPECT_EQ(matrix.cellAt(1, 0)->clone()->controlView(), nullptr);
 }
 
 namespace {
