@@ -126,6 +126,7 @@ public:
     double maxValue() const override { return 1.0; }
     /// The last level given, as assistive technology reads it.
     double doubleValue() const override { return m_level; }
+    QString accessibleValueText() const override { return QString::number(m_level); }
     /// A meter shows a signal; assistive technology reads its level but cannot set it.
     void setAccessibleDoubleValue(double) override { }
 

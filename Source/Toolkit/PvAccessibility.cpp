@@ -210,13 +210,8 @@ QString PvAccessibleCell::text(QAccessible::Text t) const
         if (!c->accessibilityLabel().isEmpty())
             return c->accessibilityLabel();
         return c->hasValueRange() ? QString() : c->stringValue();
-    case QAccessible::Value: {
-        if (!c->hasValueRange())
-            return {};
-        // A cell that keeps its number elsewhere than in its object value reads as that number.
-        const QString text = c->stringValue();
-        return text.isEmpty() ? QString::number(c->accessibleDoubleValue()) : text;
-    }
+    case QAccessible::Value:
+        return c->hasValueRange() ? c->accessibleValueText() : QString();
     default:
         return {};
     }

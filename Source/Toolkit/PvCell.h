@@ -167,6 +167,9 @@ public:
     /// default; a cell whose shown value differs from its stored one answers the shown one.
     virtual double accessibleDoubleValue() const { return doubleValue(); }
     virtual void setAccessibleDoubleValue(double value) { setDoubleValue(value); }
+    /// The text assistive technology reads as the value of a cell with a range: its text
+    /// by default; a cell that keeps its number elsewhere answers that number.
+    virtual QString accessibleValueText() const { return stringValue(); }
     /// The parent reported to assistive technology instead of the control's parent;
     /// not owned, null for none.
     QObject* accessibilityParent() const { return m_extras ? m_extras->accessibilityParent.data() : nullptr; }
