@@ -223,6 +223,7 @@ private:
     bool m_editable : 1 = false;
     bool m_continuous : 1 = false;
     bool m_viewOwnsCell : 1 = false;
+    bool m_inMatrixBlock : 1 = false; // made in place by a matrix, which frees the memory
     /// Makes view the control view for good: view owns the cell and destroys it before it
     /// goes itself.
     void setOwningView(PvControl* view);

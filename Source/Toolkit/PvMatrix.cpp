@@ -27,7 +27,8 @@ PvMatrix::PvMatrix(Mode mode, int rows, int columns, QWidget* parent)
 
 void PvMatrix::CellDisposal::operator()(PvCell* cell) const
 {
-    if (inBlock)
+    static_assert(sizeof(CellPtr) == sizeof(PvCell*), "a matrix keeps one plain pointer per cell");
+    if (cell->m_inMatrixBlock)
         cell->~PvCell();
     else
         delete cell;
@@ -38,7 +39,9 @@ PvMatrix::CellPtr PvMatrix::newCell(int row, int column)
     if (m_cellBlockFree > 0) {
         --m_cellBlockFree;
         void* place = m_cellBlock.get() + m_cellBlockUsed++ * sizeof(PvCell);
-        return CellPtr(new (place) PvCell(), CellDisposal {true});
+        CellPtr cell(new (place) PvCell());
+        cell->m_inMatrixBlock = true;
+        return cell;
     }
     return CellPtr(makeCell(row, column).release());
 }

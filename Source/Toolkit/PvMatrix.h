@@ -152,7 +152,6 @@ private:
     // yet), so they are made side by side in one block instead of one allocation each; a
     // cell in the block is destroyed in place and the block goes with the matrix.
     struct CellDisposal {
-        bool inBlock = false;
         void operator()(PvCell* cell) const;
     };
     using CellPtr = std::unique_ptr<PvCell, CellDisposal>;
