@@ -84,17 +84,8 @@ QString durationText(double seconds)
 std::vector<TaggingField> taggingFields(const BasicTagging& b)
 {
     std::vector<TaggingField> fields;
-    auto add = [&fields](const QString& name, size_t offset, int bits, uint32_t value) {
-        fields.push_back({name, int(offset), bits, value});
-    };
-    add(QStringLiteral("value1"), offsetof(BasicTagging, value1), 32, b.value1);
-    add(QStringLiteral("value2"), offsetof(BasicTagging, value2), 32, b.value2);
-    for (int i = 0; i < 5; ++i)
-        add(QStringLiteral("words[%1]").arg(i), offsetof(BasicTagging, words) + 2 * size_t(i), 16,
-            b.words[i]);
-    for (int i = 0; i < 16; ++i)
-        add(QStringLiteral("values[%1]").arg(i), offsetof(BasicTagging, values) + 4 * size_t(i), 32,
-            b.values[i]);
+    for (const tagging::BasicTaggingField& f : tagging::BasicTaggingFields(b))
+        fields.push_back({QString::fromStdString(f.name), int(f.offset), f.bits, f.value});
     return fields;
 }
 

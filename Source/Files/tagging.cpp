@@ -2,6 +2,7 @@
 
 #include "ByteSwap.h"
 
+#include <cstddef>
 #include <cstring>
 
 namespace {
@@ -46,6 +47,21 @@ void SwapCategoryChunkToBig(CategoryChunk* chunk)
 void SwapBasicTaggingChunkToBig(BasicTaggingChunk* chunk)
 {
     swapWithTable(chunk, kBasicTaggingTable);
+}
+
+std::vector<BasicTaggingField> BasicTaggingFields(const BasicTaggingChunk& chunk)
+{
+    std::vector<BasicTaggingField> fields;
+    fields.reserve(23);
+    fields.push_back({"value1", offsetof(BasicTaggingChunk, value1), 32, chunk.value1});
+    fields.push_back({"value2", offsetof(BasicTaggingChunk, value2), 32, chunk.value2});
+    for (size_t i = 0; i < 5; ++i)
+        fields.push_back({"words[" + std::to_string(i) + "]", offsetof(BasicTaggingChunk, words) + 2 * i, 16,
+            chunk.words[i]});
+    for (size_t i = 0; i < 16; ++i)
+        fields.push_back({"values[" + std::to_string(i) + "]", offsetof(BasicTaggingChunk, values) + 4 * i,
+            32, chunk.values[i]});
+    return fields;
 }
 
 void SwapBasicTransientsChunkToBig(TransientsChunk* chunk)

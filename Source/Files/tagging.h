@@ -16,6 +16,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
+#include <vector>
 
 namespace tagging {
 
@@ -74,6 +76,17 @@ static_assert(sizeof(TransientsChunk) == 76 && offsetof(TransientsChunk, value1)
 void SwapCategoryChunkToBig(CategoryChunk* chunk);
 /// Swaps every field of a basic tagging record in place (either direction).
 void SwapBasicTaggingChunkToBig(BasicTaggingChunk* chunk);
+
+/// One field of a basic tagging record, for listing it: its name ("value1", "words[2]",
+/// "values[15]"), its byte offset in the record, its width in bits and its value.
+struct BasicTaggingField {
+    std::string name;
+    size_t offset;
+    int bits;
+    uint32_t value;
+};
+/// Every field of a host-order record, in record order.
+std::vector<BasicTaggingField> BasicTaggingFields(const BasicTaggingChunk& chunk);
 /// Swaps the header and then `count` records, `count` read before it is swapped (the
 /// record is in host order on entry).
 void SwapBasicTransientsChunkToBig(TransientsChunk* chunk);

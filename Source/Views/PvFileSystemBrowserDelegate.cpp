@@ -473,17 +473,8 @@ void readTagging(CAuFileIO& io, QStringList& facts)
     std::memcpy(&record, chunk.mData, sizeof(record));
     tagging::SwapBasicTaggingChunkToBig(&record); // file order to host order: the same swap
     facts << PvAudioFileInspectorView::tr("Loop tagging: 'basc', %1 bytes").arg(chunk.mSize);
-    auto add = [&facts](const QString& name, size_t offset, uint32_t value) {
-        facts << QStringLiteral("%1 @%2: %3").arg(name).arg(offset).arg(value);
-    };
-    add(QStringLiteral("value1"), offsetof(tagging::BasicTaggingChunk, value1), record.value1);
-    add(QStringLiteral("value2"), offsetof(tagging::BasicTaggingChunk, value2), record.value2);
-    for (size_t i = 0; i < 5; ++i)
-        add(QStringLiteral("words[%1]").arg(i), offsetof(tagging::BasicTaggingChunk, words) + 2 * i,
-            record.words[i]);
-    for (size_t i = 0; i < 16; ++i)
-        add(QStringLiteral("values[%1]").arg(i), offsetof(tagging::BasicTaggingChunk, values) + 4 * i,
-            record.values[i]);
+    for (const tagging::BasicTaggingField& f : tagging::BasicTaggingFields(record))
+        facts << QStringLiteral("%1 @%2: %3").arg(QString::fromStdString(f.name)).arg(f.offset).arg(f.value);
 }
 
 } // namespace
