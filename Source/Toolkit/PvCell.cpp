@@ -114,7 +114,9 @@ void PvCell::setEnabled(bool enabled)
 
 void PvCell::setObjectValue(QVariant value)
 {
-    m_value = std::move(value);
+    // The old value goes out with the argument: swapping writes no moved-from state, which
+    // costs a noticeable share of filling a list of many cells.
+    m_value.swap(value);
     setNeedsDisplay();
 }
 
