@@ -13,14 +13,12 @@
 #include <QPainter>
 #include <QTextLayout>
 #include <QThread>
+#include <QThreadPool>
 #include <QUrl>
 
 #include <algorithm>
 #include <atomic>
-#include <condition_variable>
-#include <deque>
 #include <functional>
-#include <mutex>
 
 #include <cmath>
 #include <cstddef>
@@ -135,82 +133,40 @@ void listFolder(PvFolderListing& listing, bool hidden, const std::atomic<bool>& 
 
 } // namespace
 
-// The delegate's worker thread: lists the queued folders one after another and hands each
-// listing to deliver, which posts it to the main thread.
+// The delegate's worker: one pooled thread lists the queued folders one after another and
+// hands each listing to deliver, which posts it to the main thread.
 class PvFileSystemBrowserDelegate::Worker {
 public:
-    struct Job {
-        QString key;
-        QString folder;
-        bool hidden = false;
-    };
     explicit Worker(std::function<void(std::shared_ptr<const PvFolderListing>)> deliver)
         : m_deliver(std::move(deliver))
-        , m_thread(QThread::create([this] { run(); }))
     {
-        m_thread->setObjectName(QStringLiteral("Folder listing"));
-        m_thread->start(QThread::LowPriority);
+        m_pool.setMaxThreadCount(1);
+        m_pool.setThreadPriority(QThread::LowPriority);
     }
+    // Drops the folders not yet started, stops the one being listed at its next entry and
+    // waits for it.
     ~Worker()
     {
-        {
-            std::lock_guard lock(m_mutex);
-            m_stop = true;
-            m_jobs.clear();
-        }
-        m_wake.notify_all();
-        m_thread->wait();
+        m_stop = true;
+        m_pool.clear();
+        m_pool.waitForDone();
     }
-    void enqueue(Job job)
+    void enqueue(const QString& key, const QString& folder, bool hidden)
     {
-        {
-            std::lock_guard lock(m_mutex);
-            m_jobs.push_back(std::move(job));
-        }
-        m_wake.notify_one();
-    }
-    bool isQueuedOrRunning(const QString& key) const
-    {
-        std::lock_guard lock(m_mutex);
-        return m_current == key
-            || std::any_of(m_jobs.begin(), m_jobs.end(), [&](const Job& j) { return j.key == key; });
+        m_pool.start([this, key, folder, hidden] {
+            auto listing = std::make_shared<PvFolderListing>();
+            listing->key = key;
+            listing->folder = folder;
+            listFolder(*listing, hidden, m_stop);
+            if (!m_stop)
+                m_deliver(std::move(listing));
+        });
     }
 
 private:
-    void run()
-    {
-        for (;;) {
-            Job job;
-            {
-                std::unique_lock lock(m_mutex);
-                m_wake.wait(lock, [this] { return m_stop.load() || !m_jobs.empty(); });
-                if (m_stop)
-                    return;
-                job = std::move(m_jobs.front());
-                m_jobs.pop_front();
-                m_current = job.key;
-            }
-            auto listing = std::make_shared<PvFolderListing>();
-            listing->key = job.key;
-            listing->folder = job.folder;
-            listFolder(*listing, job.hidden, m_stop);
-            {
-                std::lock_guard lock(m_mutex);
-                m_current.clear(); // a column asking from now on gets a new listing
-            }
-            if (m_stop)
-                return;
-            m_deliver(std::move(listing));
-        }
-    }
-
     std::function<void(std::shared_ptr<const PvFolderListing>)> m_deliver;
-    mutable std::mutex m_mutex;
-    std::condition_variable m_wake;
-    std::deque<Job> m_jobs;
-    QString m_current;
     std::atomic<bool> m_stop {false};
-    std::unique_ptr<QThread> m_thread;
+    QThreadPool m_pool; // last: destroyed (and joined) first
 };
 
 // ---- the delegate ---------------------------------------------------------------------------
@@ -360,6 +316,9 @@ void PvFileSystemBrowserDelegate::dfbrowserCreateRowsForColumn(
         return;
     }
     showPlaceholder(matrix);
+    // A folder already waited for is queued or being listed; its listing serves every
+    // column that asked meanwhile.
+    const bool queued = m_waiting.contains(key);
     m_waiting[key].append(Request {browser, column, matrix});
     if (!m_worker) {
         // The worker hands a listing to the main thread with a queued call; the delegate
@@ -370,8 +329,8 @@ void PvFileSystemBrowserDelegate::dfbrowserCreateRowsForColumn(
                 this, [this, listing = std::move(listing)] { receive(listing); }, Qt::QueuedConnection);
         });
     }
-    if (!m_worker->isQueuedOrRunning(key))
-        m_worker->enqueue({key, folder, m_showsHidden});
+    if (!queued)
+        m_worker->enqueue(key, folder, m_showsHidden);
 }
 
 void PvFileSystemBrowserDelegate::receive(const std::shared_ptr<const PvFolderListing>& listing)
