@@ -6,7 +6,6 @@
 #include <QFontMetricsF>
 #include <QPainter>
 #include <QStyle>
-#include <QStyleOption>
 #include <QWindow>
 
 #include <algorithm>
@@ -164,18 +163,17 @@ QPixmap PvBrowserCell::branchPixmap(bool highlighted, const PvControl* view, dou
     pixmap.fill(Qt::transparent);
     QPainter painter(&pixmap);
     painter.setRenderHint(QPainter::Antialiasing);
-    QStyleOption option;
-    option.rect = QRect(QPoint(0, 0), kBranchImageSize.toSize());
-    option.palette = paletteIn(view);
-    option.state = QStyle::State_Enabled;
-    if (highlighted) {
-        const QColor text = option.palette.color(QPalette::HighlightedText);
-        option.palette.setColor(QPalette::ButtonText, text);
-        option.palette.setColor(QPalette::WindowText, text);
-        option.palette.setColor(QPalette::Text, text);
-    }
-    QStyle* style = view ? view->style() : QApplication::style();
-    style->drawPrimitive(QStyle::PE_IndicatorArrowRight, &option, &painter, nullptr);
+    // A solid triangle in the text colour: styles draw their arrows faint, which gets lost
+    // on a dark list.
+    const QPalette palette = paletteIn(view);
+    const QColor color
+        = palette.color(QPalette::Active, highlighted ? QPalette::HighlightedText : QPalette::Text);
+    const qreal w = kBranchImageSize.width(), h = kBranchImageSize.height();
+    const QPointF tip(w - 1.5, h / 2);
+    const QPointF triangle[3] = {QPointF(1.5, 1), QPointF(1.5, h - 1), tip};
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(color);
+    painter.drawPolygon(triangle, 3);
     return pixmap;
 }
 
@@ -246,6 +244,7 @@ void PvBrowserCell::calcDrawInfo(const QRectF& frame, const PvControl* view, dou
     m_needsCalcDrawInfo = false;
     m_drawInfoSelected = selected;
     m_drawInfoDpr = dpr;
+    m_drawInfoPalette = paletteIn(view).cacheKey();
 }
 
 const PvBrowserCell::DrawInfo& PvBrowserCell::getCalcedDrawInfo(
@@ -253,7 +252,7 @@ const PvBrowserCell::DrawInfo& PvBrowserCell::getCalcedDrawInfo(
 {
     const double dpr = ratioFor(view, devicePixelRatio);
     if (m_needsCalcDrawInfo || frame != m_drawInfo.cellFrame || showsSelected() != m_drawInfoSelected
-        || dpr != m_drawInfoDpr)
+        || dpr != m_drawInfoDpr || paletteIn(view).cacheKey() != m_drawInfoPalette)
         calcDrawInfo(frame, view, dpr);
     return m_drawInfo;
 }

@@ -137,4 +137,5 @@ private:
     // What the cached layout was computed for, besides the frame.
     bool m_drawInfoSelected = false;
     double m_drawInfoDpr = 1.0;
+    qint64 m_drawInfoPalette = 0; // the palette's cache key: colours and arrow follow it
 };

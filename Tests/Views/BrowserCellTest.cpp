@@ -96,6 +96,16 @@ TEST(BrowserCell, DrawsHighlightImagesAndDisabledOpacity)
     EXPECT_FALSE(anyInk(image, QRect(11, 21, 1, 18))); // no background by default
     EXPECT_EQ(image.pixel(13 + 8, 22 + 8), qRgb(255, 0, 0));
     EXPECT_TRUE(anyInk(image, QRect(200, 25, 7, 9))); // the branch arrow
+    {
+        // The arrow has the text colour and follows a change of palette.
+        const QPalette before = QApplication::palette();
+        QPalette red = before;
+        red.setColor(QPalette::Text, Qt::red);
+        QApplication::setPalette(red);
+        image = render(cell, kFrame);
+        QApplication::setPalette(before);
+        EXPECT_EQ(image.pixel(202, 29), qRgb(255, 0, 0));
+    }
 
     QImage sharp(440, 100, QImage::Format_ARGB32_Premultiplied); // a 2x device gets a 2x arrow
     sharp.setDevicePixelRatio(2.0);
