@@ -44,8 +44,8 @@ TEST(KeyCodeConverter, KeyCharDictionaryIsBuiltOnceFromTheFirstLayout)
 {
     HostLayout us("us");
     // "1" is typed by the main keyboard (18) and the keypad (83), Return by 36 and Enter: the
-    // lowest wins, and "more" tells of the other. Key code 0 is "a"; 0 also answers upper case, which needs a
-    // modifier, and "ä" (Mac Roman 0x8A), which no key types.
+    // lowest wins, and "more" tells of the other. Key code 0 is "a"; 0 also answers upper
+    // case, which needs a modifier, and "ä" (Mac Roman 0x8A), which no key types.
     const std::tuple<unsigned char, uint16_t, bool> rows[] = {{'z', 6, false}, {'1', 18, true},
         {'a', 0, false}, {'Z', 0, false}, {0x8A, 0, false}, {'\r', 36, true}};
     for (const auto& [keyChar, keyCode, more] : rows) {
