@@ -30,33 +30,7 @@ public:
     }
 };
 
-// Input through QTest; each returns the control's value after it.
-double drag(PvControl* control, std::initializer_list<QPoint> points, Qt::KeyboardModifiers mods = {})
-{
-    // A press, drags and the release, all with the same modifiers.
-    const QPoint* p = points.begin();
-    QTest::mousePress(control, Qt::LeftButton, mods, *p);
-    for (++p; p != points.end(); ++p)
-        QTest::mouseEvent(QTest::MouseMove, control, Qt::NoButton, mods, *p);
-    QTest::mouseRelease(control, Qt::LeftButton, mods, *(points.end() - 1));
-    return control->doubleValue();
-}
-
-double click(PvControl* control, QPoint point)
-{
-    QTest::mouseClick(control, Qt::LeftButton, {}, point);
-    return control->doubleValue();
-}
-
-double wheel(PvControl* control, QPoint angle, Qt::KeyboardModifiers mods = {})
-{
-    QWheelEvent e(QPointF(5, 5), control->mapToGlobal(QPointF(5, 5)), QPoint(), angle, Qt::NoButton, mods,
-        Qt::NoScrollPhase, false);
-    QApplication::sendEvent(control, &e);
-    return control->doubleValue();
-}
-
-// A 0 to 100 slider with pictures in a shown window. The input helpers return the value after.
+// A 0 to 100 slider with pictures in a shown window.
 struct SliderFixture : ::testing::Test {
     QWidget window;
     PvSlider* slider = nullptr;
@@ -72,7 +46,6 @@ struct SliderFixture : ::testing::Test {
         cell->setMaxValue(100);
         cell->setImageIDs(kKnob, kTrack);
         QObject::connect(slider, &PvControl::actionTriggered, [this] { sent << slider->doubleValue(); });
-        window.resize(200, 200);
         window.show();
         ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
         PvNotificationCenter::defaultCenter()->addObserver(
@@ -94,10 +67,26 @@ struct SliderFixture : ::testing::Test {
         cell->setMaxSideInset(10);
         resize(130, 20);
     }
-    double key(Qt::Key key)
+    // Input through QTest; each returns the value after it.
+    double click(QPoint p) { return QTest::mouseClick(slider, Qt::LeftButton, {}, p), slider->doubleValue(); }
+    double key(Qt::Key key) { return QTest::keyClick(slider, key), slider->doubleValue(); }
+    // A press, drags and the release, all with the same modifiers.
+    double drag(std::initializer_list<QPoint> points, Qt::KeyboardModifiers mods = {})
     {
-        QTest::keyClick(slider, key);
+        const QPoint* p = points.begin();
+        QTest::mousePress(slider, Qt::LeftButton, mods, *p);
+        for (++p; p != points.end(); ++p)
+            QTest::mouseEvent(QTest::MouseMove, slider, Qt::NoButton, mods, *p);
+        QTest::mouseRelease(slider, Qt::LeftButton, mods, *(points.end() - 1));
         return slider->doubleValue();
+    }
+    double wheel(QPoint angle, Qt::KeyboardModifiers mods = {}, PvControl* control = nullptr)
+    {
+        control = control ? control : slider;
+        QWheelEvent e(QPointF(5, 5), control->mapToGlobal(QPointF(5, 5)), QPoint(), angle, Qt::NoButton, mods,
+            Qt::NoScrollPhase, false);
+        QApplication::sendEvent(control, &e);
+        return control->doubleValue();
     }
     QList<double> takeSent() { return std::exchange(sent, {}); }
 };
@@ -165,6 +154,7 @@ TEST(SliderValues, MagneticMarksAndThePropertyCopy)
     c.resetMagneticMarks();
     c.setMagneticMarkAt(5);
     EXPECT_DOUBLE_EQ(set(5.25), 5.25); // the bounds are strict
+    EXPECT_DOUBLE_EQ(set(4.75), 4.75);
     EXPECT_DOUBLE_EQ(set(4.875), 5);
     c.setMagneticMarkAt(5.05);
 
@@ -214,7 +204,7 @@ TEST_F(SliderFixture, KnobRectAndValueFromPointInBothFlippings)
     EXPECT_EQ(cell->knobRectFlipped(false), QRectF(5, 30, 10, 10)); // from the bottom edge
     EXPECT_DOUBLE_EQ(cell->valueWithPoint(QPointF(10, 24.5)), 19); // floor(19.5)
     // Through the mouse: a press at 25 points above the bottom edge sets 20.
-    EXPECT_DOUBLE_EQ(click(slider, QPoint(10, 110 - 25)), 20);
+    EXPECT_DOUBLE_EQ(click(QPoint(10, 110 - 25)), 20);
     EXPECT_EQ(slider->convertToWidget(cell->knobRectFlipped(false)), QRectF(5, 80, 10, 10));
 
     // Insets: labels and slider insets shrink the travel; the minimum end stays at the bottom.
@@ -236,10 +226,10 @@ TEST_F(SliderFixture, PressesDragsFineStepsResetAndLabels)
     QSignalSpy changes(slider, &PvSlider::valueChanged);
     cell->setDoubleValue(30);
     // A press on the knob keeps the value; the knob then keeps its distance to the mouse.
-    EXPECT_DOUBLE_EQ(drag(slider, {QPoint(37, 10), QPoint(47, 10)}), 40);
+    EXPECT_DOUBLE_EQ(drag({QPoint(37, 10), QPoint(47, 10)}), 40);
     EXPECT_EQ(notes, QStringList({PvStartTrackingNotification, PvStopTrackingNotification}));
     // A press on the track beside it jumps (and the value jumps with each drag).
-    EXPECT_DOUBLE_EQ(drag(slider, {QPoint(80, 10)}), 75);
+    EXPECT_DOUBLE_EQ(drag({QPoint(80, 10)}), 75);
     EXPECT_EQ(cell->knobState(), 0);
     EXPECT_EQ(changes.size(), 3); // 30, 40, 75
     EXPECT_DOUBLE_EQ(changes.last().first().toDouble(), 75);
@@ -247,9 +237,9 @@ TEST_F(SliderFixture, PressesDragsFineStepsResetAndLabels)
     // Shift: one fine step per drag event whatever the distance; no movement, no step.
     cell->setFineValueControlStep(0.5);
     const auto fine = {QPoint(80, 10), QPoint(100, 10), QPoint(100, 4), QPoint(101, 15), QPoint(60, 10)};
-    EXPECT_DOUBLE_EQ(drag(slider, fine, Qt::ShiftModifier), 75.5); // +0.5, nothing, +0.5, -0.5
+    EXPECT_DOUBLE_EQ(drag(fine, Qt::ShiftModifier), 75.5); // +0.5, nothing, +0.5, -0.5
     resize(20, 110); // vertical, flipped: moving up is towards the maximum
-    EXPECT_DOUBLE_EQ(drag(slider, {QPoint(10, 30), QPoint(10, 20), QPoint(10, 10)}, Qt::ShiftModifier), 76.5);
+    EXPECT_DOUBLE_EQ(drag({QPoint(10, 30), QPoint(10, 20), QPoint(10, 10)}, Qt::ShiftModifier), 76.5);
 
     // Option-click reset: the default, an action although the mask lacks mouse-down, and
     // no movement until the release.
@@ -268,15 +258,15 @@ TEST_F(SliderFixture, PressesDragsFineStepsResetAndLabels)
 
     // End labels: a click in a side inset jumps to that end; refused without the setting.
     withLabels();
-    EXPECT_DOUBLE_EQ(click(slider, QPoint(125, 10)), 12);
+    EXPECT_DOUBLE_EQ(click(QPoint(125, 10)), 12);
     cell->setLabelClickSetsMinMaxValue(true);
-    EXPECT_DOUBLE_EQ(click(slider, QPoint(125, 10)), 100);
-    EXPECT_DOUBLE_EQ(click(slider, QPoint(3, 10)), 0);
+    EXPECT_DOUBLE_EQ(click(QPoint(125, 10)), 100);
+    EXPECT_DOUBLE_EQ(click(QPoint(3, 10)), 0);
 
     // Disabled: no tracking and no notifications.
     notes.clear();
     slider->setEnabled(false);
-    EXPECT_DOUBLE_EQ(click(slider, QPoint(60, 10)), 0);
+    EXPECT_DOUBLE_EQ(click(QPoint(60, 10)), 0);
     EXPECT_TRUE(notes.isEmpty());
 }
 
@@ -284,32 +274,32 @@ TEST_F(SliderFixture, ActionMaskWheelAndKeys)
 {
     cell->setDoubleValue(30);
     // A jump sends from setting the value and again from the press itself.
-    drag(slider, {QPoint(80, 10), QPoint(90, 10)});
+    drag({QPoint(80, 10), QPoint(90, 10)});
     EXPECT_EQ(takeSent(), QList<double>({75, 75, 85, 85}));
     cell->sendActionOn(PvLeftMouseUpMask);
-    drag(slider, {QPoint(20, 10), QPoint(30, 10)});
+    drag({QPoint(20, 10), QPoint(30, 10)});
     EXPECT_EQ(takeSent(), QList<double>({25}));
     cell->sendActionOn(PvLeftMouseDraggedMask);
-    drag(slider, {QPoint(20, 10), QPoint(30, 10), QPoint(40, 10)});
+    drag({QPoint(20, 10), QPoint(30, 10), QPoint(40, 10)});
     EXPECT_EQ(takeSent(), QList<double>({25, 35}));
 
     // The wheel: a tenth of the range per event, whatever its size, and it always sends.
     cell->setDoubleValue(50);
-    EXPECT_DOUBLE_EQ(wheel(slider, QPoint(0, 36)), 60); // 0.3 notches: one whole step
-    EXPECT_DOUBLE_EQ(wheel(slider, QPoint(0, -7 * 120)), 50); // -7: still one step
-    EXPECT_DOUBLE_EQ(wheel(slider, QPoint(0, 120), Qt::ShiftModifier), 52.5); // a quarter step
+    EXPECT_DOUBLE_EQ(wheel(QPoint(0, 36)), 60); // 0.3 notches: one whole step
+    EXPECT_DOUBLE_EQ(wheel(QPoint(0, -7 * 120)), 50); // -7: still one step
+    EXPECT_DOUBLE_EQ(wheel(QPoint(0, 120), Qt::ShiftModifier), 52.5); // a quarter step
     takeSent();
-    wheel(slider, QPoint(0, 0)); // no movement still sends
+    wheel(QPoint(0, 0)); // no movement still sends
     EXPECT_EQ(takeSent(), QList<double>({52.5}));
     slider->setEnabled(false);
-    EXPECT_DOUBLE_EQ(wheel(slider, QPoint(0, 120)), 52.5);
+    EXPECT_DOUBLE_EQ(wheel(QPoint(0, 120)), 52.5);
     slider->setEnabled(true);
     // The cell's own wheel rule serves a cell in any control, and always sends.
     PvControl host(std::make_unique<PvSliderCell>(), &window);
     host.setGeometry(0, 40, 110, 20);
     QSignalSpy hostSent(&host, &PvControl::actionTriggered);
     host.cell()->setDoubleValue(0.5);
-    EXPECT_DOUBLE_EQ(wheel(&host, QPoint(0, -30)), 0.4);
+    EXPECT_DOUBLE_EQ(wheel(QPoint(0, -30), {}, &host), 0.4);
     EXPECT_EQ(hostSent.size(), 1);
 
     // Keys: a hundredth of the range per arrow, a tenth per page; tick to tick with ticks.
@@ -397,17 +387,17 @@ TEST_F(SliderFixture, PlainCellStyleKnobFollowsTheValueAndTheMouse)
     plain->setDoubleValue(0.25);
     const QRectF knob = plain->knobRectFlipped(true);
     EXPECT_GT(knob.top(), 80); // a quarter up from the bottom
-    EXPECT_DOUBLE_EQ(click(slider, knob.center().toPoint() + QPoint(0, 2)), 0.25);
-    EXPECT_DOUBLE_EQ(click(slider, QPoint(12, 1)), 1.0);
+    EXPECT_DOUBLE_EQ(click(knob.center().toPoint() + QPoint(0, 2)), 0.25);
+    EXPECT_DOUBLE_EQ(click(QPoint(12, 1)), 1.0);
     slider->setFlipped(false);
     plain->setDoubleValue(0.25);
     EXPECT_EQ(slider->convertToWidget(plain->knobRectFlipped(false)), knob);
     QSignalSpy changes(slider, &PvSlider::valueChanged);
-    drag(slider, {knob.center().toPoint(), knob.center().toPoint() - QPoint(0, 10)});
+    drag({knob.center().toPoint(), knob.center().toPoint() - QPoint(0, 10)});
     // The knob moved with the mouse, within its whole-pixel rounding.
     EXPECT_NEAR(
         slider->convertToWidget(plain->knobRectFlipped(false)).center().y(), knob.center().y() - 10, 1);
     EXPECT_EQ(changes.size(), 1);
     plain->setAllowsTickMarkValuesOnly(true);
-    EXPECT_DOUBLE_EQ(click(slider, QPoint(12, 70)), 0.5);
+    EXPECT_DOUBLE_EQ(click(QPoint(12, 70)), 0.5);
 }
