@@ -347,13 +347,12 @@ TEST_F(SliderFixture, ValueTipAccessibilityAndPictures)
     cell->setDoubleValue(50);
     QImage image(slider->size() * 2, QImage::Format_ARGB32_Premultiplied);
     image.setDevicePixelRatio(2);
-    image.fill(Qt::white);
-    slider->render(&image);
+    slider->render(&image); // with the window's background
     const auto at = [&image](double x, double y) { return image.pixelColor(int(x * 2), int(y * 2)); };
     EXPECT_EQ(at(2, 10), QColor(Qt::magenta));
     EXPECT_EQ(at(127, 10), QColor(Qt::cyan));
     EXPECT_EQ(at(20, 10), QColor(Qt::green));
-    const QColor ground = at(20, 1); // the window's background
+    const QColor ground = at(20, 1);
     EXPECT_EQ(at(20, 7), ground);
     EXPECT_EQ(at(10 + 50 + 0.25, 5.25), QColor(Qt::red)); // the knob's first 2x pixel
     EXPECT_EQ(at(10 + 50 - 0.25, 10), QColor(Qt::green));
