@@ -19,14 +19,22 @@ struct ThemeWindowFixture : ::testing::Test {
     PvFrameView* frame() { return window.frameView(); }
 };
 
-class SizeDelegate : public PvWindowDelegate {
+// Answers resizes with a fixed size and the textured window with a set of picture names.
+class Delegate : public PvWindowDelegate {
 public:
     std::optional<QSize> answer;
     QSize proposed;
+    QStringList names;
+    int asked = 0;
     std::optional<QSize> windowWillResize(PvWindow*, const QSize& size) override
     {
         proposed = size;
         return answer;
+    }
+    std::optional<QStringList> texturedWindowGetImageNamesSet(PvWindow*) override
+    {
+        ++asked;
+        return names;
     }
 };
 
@@ -127,7 +135,7 @@ TEST_F(ThemeWindowFixture, DraggingMovesAndTheCornerResizes)
     QTest::mouseMove(frame(), QPoint(10, 10));
     EXPECT_EQ(window.size(), QSize(300, 200));
     QTest::mouseRelease(frame(), Qt::LeftButton, {}, QPoint(10, 10));
-    SizeDelegate delegate;
+    Delegate delegate;
     delegate.answer = QSize(512, 333);
     window.setDelegate(&delegate);
     QTest::mousePress(frame(), Qt::LeftButton, {}, QPoint(290, 190));
@@ -175,21 +183,6 @@ TEST_F(ThemeWindowFixture, ClosingCanBeBlocked)
     EXPECT_FALSE(window.isVisible());
 }
 
-namespace {
-
-class NamesDelegate : public PvWindowDelegate {
-public:
-    QStringList names;
-    int asked = 0;
-    std::optional<QStringList> texturedWindowGetImageNamesSet(PvWindow*) override
-    {
-        ++asked;
-        return names;
-    }
-};
-
-} // namespace
-
 TEST(TexturedWindow, TenPicturesWithGapsAndTheDelegatesNames)
 {
     PVTexturedWindow plain;
@@ -199,7 +192,7 @@ TEST(TexturedWindow, TenPicturesWithGapsAndTheDelegatesNames)
         EXPECT_FALSE(own[size_t(i)].image.isNull()) << i; // the framework's own set is complete
     EXPECT_EQ(plain.frameView()->titleHeight(), own[0].size.height());
 
-    NamesDelegate delegate;
+    Delegate delegate;
     delegate.names = PVTexturedFrameView::defaultImageNamesSet();
     delegate.names[0] = QString(); // no top-left corner
     delegate.names[9] = QString(); // no centre
