@@ -164,11 +164,10 @@ TEST_F(PopUpFixture, DataSourceIsReadAndMissingMessagesAreLogged)
         "[PVIconPickerPopUp] data source has to implement iconPickerPopUp:iconAtIndex:"));
     EXPECT_EQ(popUp.iconMatrix()->numberOfRows(), 2); // the previous icons are kept
 
-    PVIconPickerPopUpDataSource silent;
-    PVIconPickerPopUp other(1, 1, {}, {}, {}, {10, 10}, {}, 0);
-    other.setDataSource(&silent);
+    PVIconPickerPopUpDataSource silent; // answers nothing
+    popUp.setDataSource(&silent);
     PavoTest::StderrCapture capture2;
-    other.reloadData();
+    popUp.reloadData();
     EXPECT_TRUE(capture2.text().contains(
         "[PVIconPickerPopUp] data source has to implement numberOfIconsInIconPickerPopUp: \n"));
 }
@@ -280,7 +279,6 @@ TEST_F(PopUpFixture, DraggingNearTheBottomScrollsEveryFiftiethOfASecond)
     QWidget* panel = popUp.panel();
     PvScrollView* scroll = popUp.scrollView();
     ASSERT_TRUE(scroll->hasVerticalScroller());
-    EXPECT_EQ(scroll->documentVisibleRect().y(), 0);
     const int bottom = scroll->geometry().bottom();
     drag(panel, QPoint(20, bottom - 10 + 13)); // 13 points into the edge zone: speed 13
     for (int y : {4, 8}) { // ceil(13 x 0.3) a step
@@ -327,8 +325,7 @@ TEST_F(PopUpFixture, PlacementByModeNestedLoopAndClickOutside)
         QTest::keyClick(popUp.panel(), Qt::Key_Return);
     });
     popUp.popUpAtLocation(at);
-    EXPECT_FALSE(popUp.isOpen());
-    EXPECT_EQ(popUp.selectedIconTag(), 5);
+    EXPECT_EQ(state(), "sel 5 picks 1");
 }
 
 TEST(ButtonCell, PicturesPerStateFallBackAndStaySharp)
