@@ -245,8 +245,9 @@ TEST(TexturedWindow, FollowsTheApplicationPaletteBetweenLightAndDark)
     PVTexturedWindow window;
     window.setTitle("Textured");
     window.setGeometry(60, 60, 300, 200);
-    for (const bool dark : {false, true, false}) {
-        SCOPED_TRACE(dark ? "dark" : "light");
+    for (const std::string phase : {"light", "dark", "light again"}) {
+        SCOPED_TRACE(phase);
+        const bool dark = phase == "dark";
         QPalette palette = before;
         palette.setColor(QPalette::Window, dark ? QColor(0x2b, 0x2d, 0x31) : QColor(0xef, 0xef, 0xef));
         QApplication::setPalette(palette);
