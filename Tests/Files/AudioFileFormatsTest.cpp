@@ -11,6 +11,7 @@
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <sys/stat.h>
@@ -18,14 +19,6 @@
 #include <vector>
 
 namespace {
-
-struct Case {
-    AudioFileTypeID type;
-    uint32_t bits;
-    bool isFloat;
-    bool bigEndian; // the stored order asked for where the container has a choice
-    uint32_t channels;
-};
 
 // Deterministic sample bytes of `frames` frames in the presented order.
 std::vector<uint8_t> pattern(uint32_t bytesPerFrame, uint32_t frames)
@@ -39,21 +32,25 @@ std::vector<uint8_t> pattern(uint32_t bytesPerFrame, uint32_t frames)
     return out;
 }
 
-std::vector<uint8_t> readAll(AudioFileID f, uint64_t packets, uint32_t bytesPerPacket)
+// All `packets` packets from the start, read in one call that must deliver them all.
+std::vector<uint8_t> readAll(AudioFileID f, uint32_t packets, uint32_t bytesPerPacket)
 {
-    std::vector<uint8_t> out(size_t(packets * bytesPerPacket));
-    uint64_t at = 0;
-    while (at < packets) {
-        uint32_t n = uint32_t(std::min<uint64_t>(1000, packets - at));
-        uint32_t bytes = 0;
-        if (AudioFileReadPackets(f, true, &bytes, nullptr, int64_t(at), &n, out.data() + at * bytesPerPacket)
-                != noErr
-            || n == 0)
-            break;
-        at += n;
-    }
-    out.resize(size_t(at * bytesPerPacket));
+    std::vector<uint8_t> out(size_t(packets) * bytesPerPacket);
+    uint32_t n = packets;
+    EXPECT_EQ(AudioFileReadPackets(f, true, nullptr, nullptr, 0, &n, out.data()), noErr);
+    EXPECT_EQ(n, packets);
     return out;
+}
+
+// The payload of one user data chunk, or "<error N>".
+std::string userData(AudioFileID f, uint32_t id, uint32_t index)
+{
+    uint32_t size = 0;
+    OSStatus err = AudioFileGetUserDataSize(f, id, index, &size);
+    std::string out(size, '\0');
+    if (err == noErr)
+        err = AudioFileGetUserData(f, id, index, &size, out.data());
+    return err == noErr ? out.substr(0, size) : "<error " + std::to_string(err) + ">";
 }
 
 QByteArray fileBytes(const QString& path, qint64 limit = -1)
@@ -74,47 +71,37 @@ void putFile(const QString& path, const QByteArray& bytes)
 class AudioFileFormats : public ::testing::Test {
 protected:
     QTemporaryDir dir;
-    std::string path(const char* name) const { return dir.filePath(QString::fromUtf8(name)).toStdString(); }
+    std::string path(const std::string& name) const
+    {
+        return dir.filePath(QString::fromStdString(name)).toStdString();
+    }
 };
 
 TEST_F(AudioFileFormats, EveryContainerAndSampleFormatRoundTripsInCanonicalOrder)
 {
     const AudioFileTypeID aiff = kAudioFileAIFFType, aifc = kAudioFileAIFCType, wave = kAudioFileWAVEType,
                           caf = kAudioFileCAFType, sd2 = kAudioFileSoundDesigner2Type;
-    const Case cases[] = {
-        {aiff, 8, false, true, 1},
-        {aiff, 16, false, true, 2},
-        {aiff, 24, false, true, 2},
-        {aiff, 32, false, true, 1},
-        {aiff, 20, false, true, 2},
-        {aifc, 16, false, false, 2},
-        {aifc, 24, false, false, 3},
-        {aifc, 32, false, false, 1},
-        {aiff, 32, true, true, 2},
-        {aifc, 64, true, true, 1},
-        {wave, 8, false, false, 1},
-        {wave, 16, false, false, 2},
-        {wave, 24, false, false, 2},
-        {wave, 32, false, false, 6},
-        {wave, 20, false, false, 2},
-        {wave, 32, true, false, 2},
-        {wave, 64, true, false, 1},
-        {caf, 16, false, true, 2},
-        {caf, 24, false, false, 2},
-        {caf, 32, false, false, 1},
-        {caf, 32, true, false, 2},
-        {caf, 64, true, true, 1},
-        {sd2, 16, false, true, 2},
-        {sd2, 24, false, true, 1},
-        {sd2, 8, false, true, 2},
+    struct Case {
+        AudioFileTypeID type;
+        uint32_t bits;
+        bool isFloat;
+        bool bigEndian; // the stored order asked for where the container has a choice
+        uint32_t channels;
     };
+    const Case cases[] = {{aiff, 8, false, true, 1}, {aiff, 16, false, true, 2}, {aiff, 24, false, true, 2},
+        {aiff, 32, false, true, 1}, {aiff, 20, false, true, 2}, {aiff, 32, true, true, 2}, // AIFF
+        {aifc, 16, false, false, 2}, {aifc, 24, false, false, 3}, {aifc, 32, false, false, 1},
+        {aifc, 64, true, true, 1}, // AIFC
+        {wave, 8, false, false, 1}, {wave, 16, false, false, 2}, {wave, 24, false, false, 2},
+        {wave, 32, false, false, 6}, {wave, 20, false, false, 2}, {wave, 32, true, false, 2},
+        {wave, 64, true, false, 1}, // WAVE
+        {caf, 16, false, true, 2}, {caf, 24, false, false, 2}, {caf, 32, false, false, 1},
+        {caf, 32, true, false, 2}, {caf, 64, true, true, 1}, // CAF
+        {sd2, 16, false, true, 2}, {sd2, 24, false, true, 1}, {sd2, 8, false, true, 2}};
     int n = 0;
     for (const Case& c : cases) {
         SCOPED_TRACE(testing::Message() << "case " << n << " bits " << c.bits << " channels " << c.channels);
-        // Appended rather than concatenated: GCC 12 at -O3 warns (-Wrestrict) on "f" + string.
-        std::string name = "f";
-        name += std::to_string(n++);
-        const std::string file = path(name.c_str());
+        const std::string file = path(std::to_string(n++));
         const AudioStreamBasicDescription in = pcmFormat(48000, c.channels, c.bits, c.isFloat, c.bigEndian);
         AudioFileID f = nullptr;
         ASSERT_EQ(AudioFileCreatePath(file.c_str(), c.type, &in, 0, &f), noErr);
@@ -130,20 +117,17 @@ TEST_F(AudioFileFormats, EveryContainerAndSampleFormatRoundTripsInCanonicalOrder
         ASSERT_EQ(AudioFileOpenPath(file.c_str(), kAudioFileReadPermission, 0, &f), noErr);
         const auto fmt = property<AudioStreamBasicDescription>(f, kAudioFilePropertyDataFormat);
         const auto type = property<AudioFileTypeID>(f, kAudioFilePropertyFileFormat);
-        EXPECT_EQ(fmt.mFormatID, kAudioFormatLinearPCM);
-        EXPECT_EQ(fmt.mChannelsPerFrame, c.channels);
-        EXPECT_EQ(fmt.mBitsPerChannel, c.bits);
-        EXPECT_EQ(fmt.mBytesPerFrame, bpf);
-        EXPECT_EQ(fmt.mSampleRate, 48000.0);
+        // The shape written; presented big-endian unless the type is 'WAVE' (8-bit samples
+        // have no order).
         EXPECT_EQ(bool(fmt.mFormatFlags & kAudioFormatFlagIsFloat), c.isFloat);
-        // Presented big-endian unless the type is 'WAVE' (8-bit samples have no order).
         if (c.bits > 8) {
             EXPECT_EQ(bool(fmt.mFormatFlags & kAudioFormatFlagIsBigEndian), type != wave);
         }
-        if (c.type == aiff && (c.isFloat || !c.bigEndian))
-            EXPECT_EQ(type, aifc);
-        else
-            EXPECT_EQ(type, c.type);
+        AudioStreamBasicDescription want = in;
+        want.mFormatFlags = fmt.mFormatFlags;
+        EXPECT_EQ(std::memcmp(&fmt, &want, sizeof fmt), 0);
+        // Floats and little-endian integers need 'AIFC'.
+        EXPECT_EQ(type, c.type == aiff && (c.isFloat || !c.bigEndian) ? aifc : c.type);
         EXPECT_EQ(property<uint64_t>(f, kAudioFilePropertyAudioDataByteCount), data.size());
         EXPECT_EQ(property<uint64_t>(f, kAudioFilePropertyAudioDataPacketCount), 777u);
         EXPECT_EQ(readAll(f, 777, bpf), data);
@@ -233,22 +217,33 @@ TEST_F(AudioFileFormats, UnsupportedRequestsAreRefused)
     EXPECT_EQ(AudioFileClose(nullptr), paramErr);
 }
 
+// User chunks are added, replaced and removed in every format, while the chunks that
+// make up the container itself are refused as user data and never counted as such.
 TEST_F(AudioFileFormats, UserDataIsAddedReplacedAndRemovedInEveryFormat)
 {
-    const AudioFileTypeID types[] = {kAudioFileAIFFType, kAudioFileAIFCType, kAudioFileWAVEType,
-        kAudioFileCAFType, kAudioFileSoundDesigner2Type};
+    const uint32_t comm = PvFourCC("COMM"), ssnd = PvFourCC("SSND"), data = PvFourCC("data");
+    const std::pair<AudioFileTypeID, std::vector<uint32_t>> types[] = {{kAudioFileAIFFType, {comm, ssnd}},
+        {kAudioFileAIFCType, {comm, ssnd}}, {kAudioFileWAVEType, {PvFourCC("fmt "), data, PvFourCC("ds64")}},
+        {kAudioFileCAFType, {PvFourCC("desc"), data}}, {kAudioFileSoundDesigner2Type, {}}};
     const uint32_t basc = PvFourCC("basc"), note = PvFourCC("note");
-    for (AudioFileTypeID type : types) {
+    for (const auto& [type, structural] : types) {
         SCOPED_TRACE(type);
-        const std::string file = path(("ud" + std::to_string(type)).c_str());
+        const std::string file = path("ud" + std::to_string(type));
         const auto fmt = pcmFormat(44100, 2, 24, false, type != kAudioFileWAVEType);
         AudioFileID f = nullptr;
         ASSERT_EQ(AudioFileCreatePath(file.c_str(), type, &fmt, 0, &f), noErr);
+        for (uint32_t id : structural) {
+            EXPECT_EQ(AudioFileSetUserData(f, id, 0, 4, "abcd"), kAudioFileInvalidChunkError)
+                << std::hex << id;
+            uint32_t none = 9;
+            AudioFileCountUserData(f, id, &none);
+            EXPECT_EQ(none, 0u) << std::hex << id;
+        }
         const std::vector<uint8_t> audio = pattern(6, 300);
         uint32_t n = 300;
         ASSERT_EQ(AudioFileWritePackets(f, true, 0, nullptr, 0, &n, audio.data()), noErr);
-        const char odd[] = "odd-sized payload"; // 17 bytes with the terminator: padding is needed
-        ASSERT_EQ(AudioFileSetUserData(f, basc, 0, sizeof odd, odd), noErr);
+        const std::string odd = "odd-sized payload"; // 17 bytes: the chunk needs a pad byte
+        ASSERT_EQ(AudioFileSetUserData(f, basc, 0, uint32_t(odd.size()), odd.data()), noErr);
         ASSERT_EQ(AudioFileSetUserData(f, note, 0, 3, "one"), noErr);
         ASSERT_EQ(AudioFileSetUserData(f, note, 1, 3, "two"), noErr);
         EXPECT_EQ(AudioFileSetUserData(f, note, 5, 3, "bad"), kAudioFileInvalidChunkError);
@@ -258,19 +253,12 @@ TEST_F(AudioFileFormats, UserDataIsAddedReplacedAndRemovedInEveryFormat)
         uint32_t count = 0, size = 0;
         ASSERT_EQ(AudioFileCountUserData(f, note, &count), noErr);
         EXPECT_EQ(count, 2u);
-        ASSERT_EQ(AudioFileGetUserDataSize(f, basc, 0, &size), noErr);
-        EXPECT_EQ(size, sizeof odd);
-        char buffer[64] = {};
-        size = sizeof buffer;
-        ASSERT_EQ(AudioFileGetUserData(f, basc, 0, &size, buffer), noErr);
-        EXPECT_STREQ(buffer, odd);
-        size = 3;
-        ASSERT_EQ(AudioFileGetUserData(f, note, 1, &size, buffer), noErr);
-        EXPECT_EQ(std::string(buffer, 3), "two");
+        EXPECT_EQ(userData(f, basc, 0), odd);
+        EXPECT_EQ(userData(f, note, 1), "two");
         EXPECT_EQ(AudioFileGetUserDataSize(f, PvFourCC("none"), 0, &size), kAudioFileInvalidChunkError);
 
         // Replace with a longer payload, remove the first note: the second becomes index 0.
-        const std::vector<uint8_t> longer(1001, 0x5A);
+        const std::string longer(1001, 'Z');
         ASSERT_EQ(AudioFileSetUserData(f, basc, 0, uint32_t(longer.size()), longer.data()), noErr);
         ASSERT_EQ(AudioFileRemoveUserData(f, note, 0), noErr);
         EXPECT_EQ(AudioFileRemoveUserData(f, note, 3), kAudioFileInvalidChunkError);
@@ -280,37 +268,14 @@ TEST_F(AudioFileFormats, UserDataIsAddedReplacedAndRemovedInEveryFormat)
         ASSERT_EQ(AudioFileClose(f), noErr);
 
         ASSERT_EQ(AudioFileOpenPath(file.c_str(), kAudioFileReadPermission, 0, &f), noErr);
-        ASSERT_EQ(AudioFileGetUserDataSize(f, basc, 0, &size), noErr);
-        EXPECT_EQ(size, longer.size());
+        EXPECT_EQ(userData(f, basc, 0), longer);
         ASSERT_EQ(AudioFileCountUserData(f, note, &count), noErr);
         EXPECT_EQ(count, 1u);
-        size = 3;
-        ASSERT_EQ(AudioFileGetUserData(f, note, 0, &size, buffer), noErr);
-        EXPECT_EQ(std::string(buffer, 3), "two");
+        EXPECT_EQ(userData(f, note, 0), "two");
         std::vector<uint8_t> expect = audio;
         expect.insert(expect.end(), audio.begin(), audio.begin() + 60);
         EXPECT_EQ(property<uint64_t>(f, kAudioFilePropertyAudioDataPacketCount), 310u);
         EXPECT_EQ(readAll(f, 310, 6), expect);
-        AudioFileClose(f);
-    }
-}
-
-TEST_F(AudioFileFormats, StructuralChunksAreNotUserData)
-{
-    const std::pair<AudioFileTypeID, const char*> cases[] = {{kAudioFileAIFFType, "COMM"},
-        {kAudioFileAIFFType, "SSND"}, {kAudioFileWAVEType, "fmt "}, {kAudioFileWAVEType, "data"},
-        {kAudioFileWAVEType, "ds64"}, {kAudioFileCAFType, "desc"}, {kAudioFileCAFType, "data"}};
-    for (const auto& [type, id] : cases) {
-        const std::string file = path(id) + std::to_string(type);
-        const auto fmt = pcmFormat(44100, 1, 16, false, type != kAudioFileWAVEType);
-        AudioFileID f = nullptr;
-        ASSERT_EQ(AudioFileCreatePath(file.c_str(), type, &fmt, 0, &f), noErr);
-        const uint32_t code = (uint32_t(uint8_t(id[0])) << 24) | (uint32_t(uint8_t(id[1])) << 16)
-            | (uint32_t(uint8_t(id[2])) << 8) | uint8_t(id[3]);
-        EXPECT_EQ(AudioFileSetUserData(f, code, 0, 4, "abcd"), kAudioFileInvalidChunkError) << id;
-        uint32_t count = 9;
-        AudioFileCountUserData(f, code, &count);
-        EXPECT_EQ(count, 0u);
         AudioFileClose(f);
     }
 }
@@ -322,25 +287,19 @@ TEST_F(AudioFileFormats, ByteWritesOffSampleBoundariesLandInTheRightPlace)
     const auto fmt = pcmFormat(44100, 1, 24, false, false);
     AudioFileID f = nullptr;
     ASSERT_EQ(AudioFileCreatePath(file.c_str(), kAudioFileCAFType, &fmt, 0, &f), noErr);
-    const uint8_t all[9] = {1, 2, 3, 4, 5, 6, 7, 8, 9};
     uint32_t n = 9;
-    ASSERT_EQ(AudioFileWriteBytes(f, true, 0, &n, all), noErr);
-    const uint8_t middle[4] = {0xA, 0xB, 0xC, 0xD};
+    ASSERT_EQ(AudioFileWriteBytes(f, true, 0, &n, "\x01\x02\x03\x04\x05\x06\x07\x08\x09"), noErr);
     n = 4;
-    ASSERT_EQ(AudioFileWriteBytes(f, true, 2, &n, middle), noErr); // bytes 2..5
-    uint8_t back[9] = {};
+    ASSERT_EQ(AudioFileWriteBytes(f, true, 2, &n, "\x0A\x0B\x0C\x0D"), noErr); // bytes 2..5
+    char back[9] = {};
     n = 9;
     ASSERT_EQ(AudioFileReadBytes(f, true, 0, &n, back), noErr);
-    const uint8_t expect[9] = {1, 2, 0xA, 0xB, 0xC, 0xD, 7, 8, 9};
-    EXPECT_EQ(0, std::memcmp(back, expect, 9));
-    uint8_t part[3] = {};
+    EXPECT_EQ(QByteArray(back, 9), QByteArray("\x01\x02\x0A\x0B\x0C\x0D\x07\x08\x09", 9));
     n = 3;
-    ASSERT_EQ(AudioFileReadBytes(f, true, 4, &n, part), noErr);
-    EXPECT_EQ(part[0], 0xC);
-    EXPECT_EQ(part[1], 0xD);
-    EXPECT_EQ(part[2], 7);
+    ASSERT_EQ(AudioFileReadBytes(f, true, 4, &n, back), noErr);
+    EXPECT_EQ(QByteArray(back, 3), QByteArray("\x0C\x0D\x07", 3));
     n = 1;
-    EXPECT_EQ(AudioFileReadBytes(f, true, 9, &n, part), kAudioFileEndOfFileError);
+    EXPECT_EQ(AudioFileReadBytes(f, true, 9, &n, back), kAudioFileEndOfFileError);
     AudioFileClose(f);
     const QByteArray raw = fileBytes(QString::fromStdString(file)).right(9);
     EXPECT_EQ(raw, QByteArray("\x0A\x02\x01\x0D\x0C\x0B\x09\x08\x07", 9));
@@ -412,17 +371,12 @@ TEST_F(AudioFileFormats, SoundDesignerForkInAttributeOrAppleDouble)
     ASSERT_EQ(AudioFileOpenPath(file.c_str(), kAudioFileReadWritePermission, 0, &f), noErr);
     EXPECT_EQ(property<AudioFileTypeID>(f, kAudioFilePropertyFileFormat), kAudioFileSoundDesigner2Type);
     EXPECT_EQ(readAll(f, 100, 4), audio);
-    char buffer[8] = {};
-    uint32_t size = 8;
-    ASSERT_EQ(AudioFileGetUserData(f, PvFourCC("basc"), 0, &size, buffer), noErr);
-    EXPECT_EQ(std::string(buffer, size), "loops");
+    EXPECT_EQ(userData(f, PvFourCC("basc"), 0), "loops");
     // An edit now rewrites the AppleDouble file.
     ASSERT_EQ(AudioFileSetUserData(f, PvFourCC("basc"), 0, 6, "loops2"), noErr);
     AudioFileClose(f);
     ASSERT_EQ(AudioFileOpenPath(file.c_str(), kAudioFileReadPermission, 0, &f), noErr);
-    size = 8;
-    ASSERT_EQ(AudioFileGetUserData(f, PvFourCC("basc"), 0, &size, buffer), noErr);
-    EXPECT_EQ(std::string(buffer, size), "loops2");
+    EXPECT_EQ(userData(f, PvFourCC("basc"), 0), "loops2");
     AudioFileClose(f);
     // Without its fork, a data fork is just bytes.
     ASSERT_TRUE(QFile::remove(sidecar));
@@ -433,147 +387,122 @@ TEST_F(AudioFileFormats, SoundDesignerForkInAttributeOrAppleDouble)
 
 // ---- damaged files -------------------------------------------------------------
 
-QByteArray be32(uint32_t v)
+QByteArray le(uint32_t v, int bytes)
 {
     QByteArray b;
-    for (int s = 24; s >= 0; s -= 8)
-        b.append(char(v >> s));
+    for (int k = 0; k < bytes; ++k)
+        b.append(char(v >> 8 * k));
     return b;
 }
-QByteArray le32(uint32_t v)
+QByteArray be(uint32_t v, int bytes)
 {
-    QByteArray b;
-    for (int s = 0; s <= 24; s += 8)
-        b.append(char(v >> s));
+    QByteArray b = le(v, bytes);
+    std::reverse(b.begin(), b.end());
     return b;
-}
-QByteArray le16(uint16_t v)
-{
-    return QByteArray(1, char(v)).append(char(v >> 8));
-}
-QByteArray be16(uint16_t v)
-{
-    return QByteArray(1, char(v >> 8)).append(char(v));
 }
 
 QByteArray waveFmt(uint16_t tag, uint16_t channels, uint16_t align, uint16_t bits)
 {
-    return QByteArray("fmt ") + le32(16) + le16(tag) + le16(channels) + le32(44100) + le32(44100u * align)
-        + le16(align) + le16(bits);
+    return QByteArray("fmt ") + le(16, 4) + le(tag, 2) + le(channels, 2) + le(44100, 4)
+        + le(44100u * align, 4) + le(align, 2) + le(bits, 2);
 }
 
 QByteArray aiffComm(uint16_t channels, uint32_t frames, uint16_t bits)
 {
     // 44100 Hz as an 80-bit extended value.
     const QByteArray rate("\x40\x0E\xAC\x44\x00\x00\x00\x00\x00\x00", 10);
-    return QByteArray("COMM") + be32(18) + be16(channels) + be32(frames) + be16(bits) + rate;
+    return QByteArray("COMM") + be(18, 4) + be(channels, 2) + be(frames, 4) + be(bits, 2) + rate;
 }
 
 TEST_F(AudioFileFormats, DamagedHeadersGiveErrorsNotCrashes)
 {
-    const QByteArray goodWave = QByteArray("RIFF") + le32(36 + 8) + "WAVE" + waveFmt(1, 2, 4, 16) + "data"
-        + le32(8) + QByteArray(8, '\x01');
-    const QByteArray goodAiff = QByteArray("FORM") + le32(0) + "AIFF" + aiffComm(1, 4, 16) + "SSND" + be32(16)
-        + be32(0) + be32(0) + QByteArray(8, '\x02');
-    const QByteArray goodCaf = QByteArray("caff") + be16(1) + be16(0) + "desc" + be32(0) + be32(32)
-        + QByteArray("\x40\xE5\x88\x80\x00\x00\x00\x00", 8) + "lpcm" + be32(0) + be32(4) + be32(1) + be32(2)
-        + be32(16) + "data" + be32(0) + be32(12) + be32(0) + QByteArray(8, '\x03');
+    const auto wave = [](const QByteArray& fmt, const QByteArray& rest) {
+        return QByteArray("RIFF") + le(0, 4) + "WAVE" + fmt + rest;
+    };
+    const auto aiff = [](const QByteArray& body) { return QByteArray("FORM") + be(0, 4) + "AIFF" + body; };
+    const QByteArray goodWave = QByteArray("RIFF") + le(36 + 8, 4) + "WAVE" + waveFmt(1, 2, 4, 16) + "data"
+        + le(8, 4) + QByteArray(8, '\x01');
+    const QByteArray goodAiff
+        = aiff(aiffComm(1, 4, 16) + "SSND" + be(16, 4) + be(0, 4) + be(0, 4) + QByteArray(8, '\x02'));
+    const QByteArray goodCaf = QByteArray("caff") + be(1, 2) + be(0, 2) + "desc" + be(0, 4) + be(32, 4)
+        + QByteArray("\x40\xE5\x88\x80\x00\x00\x00\x00", 8) + "lpcm" + be(0, 4) + be(4, 4) + be(1, 4)
+        + be(2, 4) + be(16, 4) + "data" + be(0, 4) + be(12, 4) + be(0, 4) + QByteArray(8, '\x03');
     struct Bad {
         const char* what;
         QByteArray bytes;
         OSStatus expect;
     };
+    const OSStatus invalid = kAudioFileInvalidFileError;
     const Bad bad[] = {
         {"empty", QByteArray(), kAudioFileUnsupportedFileTypeError},
-        {"wave header only", goodWave.left(12), kAudioFileInvalidFileError},
-        {"wave fmt cut", goodWave.left(30), kAudioFileInvalidFileError},
-        {"wave zero channels",
-            QByteArray("RIFF") + le32(0) + "WAVE" + waveFmt(1, 0, 4, 16) + "data" + le32(0),
-            kAudioFileInvalidFileError},
-        {"wave absurd sample size",
-            QByteArray("RIFF") + le32(0) + "WAVE" + waveFmt(1, 1, 9, 72) + "data" + le32(0),
-            kAudioFileInvalidFileError},
-        {"wave bits beyond container",
-            QByteArray("RIFF") + le32(0) + "WAVE" + waveFmt(1, 1, 2, 24) + "data" + le32(0),
-            kAudioFileInvalidFileError},
-        {"wave chunk past end",
-            QByteArray("RIFF") + le32(0) + "WAVE" + waveFmt(1, 1, 2, 16) + "LIST" + le32(9999),
-            kAudioFileInvalidFileError},
+        {"wave header only", goodWave.left(12), invalid},
+        {"wave fmt cut", goodWave.left(30), invalid},
+        {"wave zero channels", wave(waveFmt(1, 0, 4, 16), "data" + le(0, 4)), invalid},
+        {"wave absurd sample size", wave(waveFmt(1, 1, 9, 72), "data" + le(0, 4)), invalid},
+        {"wave bits beyond container", wave(waveFmt(1, 1, 2, 24), "data" + le(0, 4)), invalid},
+        {"wave chunk past end", wave(waveFmt(1, 1, 2, 16), "LIST" + le(9999, 4)), invalid},
         {"rf64 without ds64",
-            QByteArray("RF64") + le32(~0u) + "WAVE" + waveFmt(1, 1, 2, 16) + "data" + le32(~0u),
-            kAudioFileInvalidFileError},
-        {"aiff without COMM", QByteArray("FORM") + be32(4) + "AIFF", kAudioFileInvalidFileError},
-        {"aiff zero channels", QByteArray("FORM") + be32(0) + "AIFF" + aiffComm(0, 0, 16),
-            kAudioFileInvalidFileError},
-        {"aiff 40-bit", QByteArray("FORM") + be32(0) + "AIFF" + aiffComm(1, 0, 40),
-            kAudioFileInvalidFileError},
-        {"aiff SSND offset past end", goodAiff.left(goodAiff.size() - 16) + be32(16) + be32(0xFFFF) + be32(0),
-            kAudioFileInvalidFileError},
-        {"aiff frames without SSND", QByteArray("FORM") + be32(0) + "AIFF" + aiffComm(1, 100, 16),
-            kAudioFileInvalidFileError},
-        {"caf bad version", QByteArray("caff") + be16(2) + be16(0), kAudioFileUnsupportedFileTypeError},
+            QByteArray("RF64") + le(~0u, 4) + "WAVE" + waveFmt(1, 1, 2, 16) + "data" + le(~0u, 4), invalid},
+        {"aiff without COMM", QByteArray("FORM") + be(4, 4) + "AIFF", invalid},
+        {"aiff zero channels", aiff(aiffComm(0, 0, 16)), invalid},
+        {"aiff 40-bit", aiff(aiffComm(1, 0, 40)), invalid},
+        {"aiff SSND offset past end",
+            goodAiff.left(goodAiff.size() - 16) + be(16, 4) + be(0xFFFF, 4) + be(0, 4), invalid},
+        {"aiff frames without SSND", aiff(aiffComm(1, 100, 16)), invalid},
+        {"caf bad version", QByteArray("caff") + be(2, 2) + be(0, 2), kAudioFileUnsupportedFileTypeError},
         {"caf data before desc",
-            QByteArray("caff") + be16(1) + be16(0) + "data" + be32(~0u) + be32(~0u) + be32(0),
-            kAudioFileInvalidFileError},
-        {"caf negative size", goodCaf.left(8) + "desc" + be32(0x80000000u) + be32(0),
-            kAudioFileInvalidFileError},
-        {"caf zero channels", goodCaf.left(48) + be32(0) + goodCaf.mid(52), kAudioFileInvalidFileError},
-        {"caf packet size not a multiple of channels", goodCaf.left(40) + be32(3) + goodCaf.mid(44),
-            kAudioFileInvalidFileError},
-        {"caf chunk past end", goodCaf + "info" + be32(1) + be32(0), kAudioFileInvalidFileError},
+            QByteArray("caff") + be(1, 2) + be(0, 2) + "data" + be(~0u, 4) + be(~0u, 4) + be(0, 4), invalid},
+        {"caf negative size", goodCaf.left(8) + "desc" + be(0x80000000u, 4) + be(0, 4), invalid},
+        {"caf zero channels", goodCaf.left(48) + be(0, 4) + goodCaf.mid(52), invalid},
+        {"caf packet size not a multiple of channels", goodCaf.left(40) + be(3, 4) + goodCaf.mid(44),
+            invalid},
+        {"caf chunk past end", goodCaf + "info" + be(1, 4) + be(0, 4), invalid},
     };
-    const std::string file = path("bad");
+    const QString file = QString::fromStdString(path("bad"));
     for (const Bad& b : bad) {
-        putFile(QString::fromStdString(file), b.bytes);
+        putFile(file, b.bytes);
         AudioFileID f = nullptr;
-        EXPECT_EQ(AudioFileOpenPath(file.c_str(), kAudioFileReadPermission, 0, &f), b.expect) << b.what;
+        EXPECT_EQ(AudioFileOpenPath(file.toUtf8().constData(), kAudioFileReadPermission, 0, &f), b.expect)
+            << b.what;
         EXPECT_EQ(f, nullptr) << b.what;
         if (f)
             AudioFileClose(f);
     }
     // The good ones open; a data chunk cut short is read up to the end of the file.
     for (const QByteArray& good : {goodWave, goodAiff, goodCaf, goodWave.left(goodWave.size() - 4)}) {
-        putFile(QString::fromStdString(file), good);
+        putFile(file, good);
         AudioFileID f = nullptr;
-        ASSERT_EQ(AudioFileOpenPath(file.c_str(), kAudioFileReadPermission, 0, &f), noErr)
+        ASSERT_EQ(AudioFileOpenPath(file.toUtf8().constData(), kAudioFileReadPermission, 0, &f), noErr)
             << good.toHex().constData();
         EXPECT_GT(property<uint64_t>(f, kAudioFilePropertyAudioDataPacketCount), 0u);
         AudioFileClose(f);
     }
 }
 
-} // namespace
-
-namespace {
-
 // The fuzz seeds are meant to be valid files of every kind: each must open and read.
 TEST(AudioFileSeeds, EverySeedOpensAndReads)
 {
     QTemporaryDir dir;
+    const QString sd2 = dir.filePath(QStringLiteral("take.sd2")),
+                  fork = dir.filePath(QStringLiteral("._take.sd2"));
     int opened = 0;
-    for (const char* name : {"audiofile_aiff", "audiofile_wave", "audiofile_caf", "audiofile_sd2"}) {
-        const QDir seeds(QStringLiteral(PAVO_SOURCE_DIR "/Fuzz/corpus/") + QString::fromUtf8(name));
+    for (const char* kind : {"aiff", "wave", "caf", "sd2"}) {
+        const QDir seeds(QStringLiteral(PAVO_SOURCE_DIR "/Fuzz/corpus/audiofile_") + QString::fromUtf8(kind));
         for (const QString& seed : seeds.entryList(QDir::Files)) {
-            SCOPED_TRACE(std::string(name) + "/" + seed.toStdString());
-            std::string path = seeds.filePath(seed).toStdString();
-            if (std::string(name) == "audiofile_sd2") {
-                // The seed is the fork beside a data fork.
-                path = dir.filePath(QStringLiteral("take.sd2")).toStdString();
-                putFile(QString::fromStdString(path), QByteArray(96, '\x11'));
-                QFile::remove(dir.filePath(QStringLiteral("._take.sd2")));
-                ASSERT_TRUE(QFile::copy(seeds.filePath(seed), dir.filePath(QStringLiteral("._take.sd2"))));
+            SCOPED_TRACE(std::string(kind) + "/" + seed.toStdString());
+            QString file = seeds.filePath(seed);
+            if (std::string(kind) == "sd2") { // the seed is the fork beside a data fork
+                putFile(sd2, QByteArray(96, '\x11'));
+                QFile::remove(fork);
+                ASSERT_TRUE(QFile::copy(file, fork));
+                file = sd2;
             }
             AudioFileID f = nullptr;
-            ASSERT_EQ(AudioFileOpenPath(path.c_str(), kAudioFileReadPermission, 0, &f), noErr);
+            ASSERT_EQ(AudioFileOpenPath(file.toUtf8().constData(), kAudioFileReadPermission, 0, &f), noErr);
             const auto fmt = property<AudioStreamBasicDescription>(f, kAudioFilePropertyDataFormat);
-            const auto packets = property<uint64_t>(f, kAudioFilePropertyAudioDataPacketCount);
-            if (seed != QStringLiteral("aiff_empty")) {
-                EXPECT_GT(packets, 0u);
-            }
-            std::vector<uint8_t> all(size_t(packets * fmt.mBytesPerPacket));
-            uint32_t n = uint32_t(packets);
-            EXPECT_EQ(AudioFileReadPackets(f, true, nullptr, nullptr, 0, &n, all.data()), noErr);
-            EXPECT_EQ(n, packets);
+            const auto packets = uint32_t(property<uint64_t>(f, kAudioFilePropertyAudioDataPacketCount));
+            EXPECT_EQ(packets > 0, seed != QStringLiteral("aiff_empty"));
+            readAll(f, packets, fmt.mBytesPerPacket);
             AudioFileClose(f);
             ++opened;
         }
