@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <bit>
 #include <cfenv>
 #include <cmath>
 #include <cstring>
@@ -19,15 +20,11 @@
 
 namespace {
 
-// ---- reference --------------------------------------------------------------------
-
 // Float bits to the 32-bit intermediate, told as arithmetic: the magnitude times 2^31
 // rounded toward zero, 0x7FFFFF00 from 1.0 up (infinities and NaN too), sign applied.
 int32_t refIntermediate(uint32_t bits)
 {
-    float f;
-    std::memcpy(&f, &bits, 4);
-    const float a = std::fabs(f);
+    const float a = std::fabs(std::bit_cast<float>(bits));
     // a * 2^31 is exact below 1.0, and conversion truncates toward zero.
     const uint32_t magnitude = (a >= 1.0f || a != a) ? 0x7FFFFF00u : uint32_t(int64_t(a * 2147483648.0f));
     return (bits >> 31) ? int32_t(-int64_t(magnitude)) : int32_t(magnitude);
@@ -37,13 +34,6 @@ void refStore(std::vector<uint8_t>& out, uint64_t sample, int bytes, bool bigEnd
 {
     for (int k = 0; k < bytes; ++k)
         out.push_back(uint8_t(sample >> (bigEndian ? 8 * (bytes - 1 - k) : 8 * k)));
-}
-
-uint32_t bitsOf(float f)
-{
-    uint32_t b;
-    std::memcpy(&b, &f, 4);
-    return b;
 }
 
 int32_t* words(const uint32_t* p)
@@ -83,14 +73,10 @@ std::vector<uint32_t> densePatterns()
     // Mostly in-range audio: exponents 100 to 127.
     for (int i = 0; i < 100000; ++i)
         p.push_back((rng() & 0x807FFFFFu) | ((100u + rng() % 28) << 23));
-    if (p.size() % 2)
-        p.push_back(0x3F800000u);
     return p;
 }
 
 const int32_t kLengths[] = {1, 2, 15, 16, 17, 31, 33, 63, 64, 65, 100, 127, 128, 129, 191, 193, 250};
-
-// ---- writers ------------------------------------------------------------------------
 
 struct WriterCase {
     const char* name;
@@ -123,12 +109,9 @@ std::vector<uint8_t> refWrite(const WriterCase& w, const uint32_t* l, const uint
 {
     std::vector<uint8_t> out;
     auto put = [&](uint32_t b) {
-        float f;
-        std::memcpy(&f, &b, 4);
-        const double d = f;
         uint64_t v = b;
         if (w.bytes == 8)
-            std::memcpy(&v, &d, 8);
+            v = std::bit_cast<uint64_t>(double(std::bit_cast<float>(b)));
         else if (w.bytes)
             v = uint32_t(refIntermediate(b) >> (32 - 8 * w.bytes));
         refStore(out, v, w.bytes ? w.bytes : 4, w.bigEndian);
@@ -158,79 +141,6 @@ testing::AssertionResult writes(
                                        << offset << ": buffer byte " << (bad.first - out.begin()) << " is 0x"
                                        << std::hex << int(*bad.first) << ", expected 0x" << int(*bad.second);
 }
-
-} // namespace
-
-// The whole pattern set in one block, then blocks of lengths around the vector group
-// sizes at every output offset within a cache line (vector paths split a block into a
-// masked head, whole groups and a masked tail by the output's address; a 3-byte last
-// sample must not spill). Writers walk forward, so a block also narrows onto itself.
-TEST(SampleWriters, MatchTheReferenceAtEveryLengthOffsetAndInPlace)
-{
-    const std::vector<uint32_t> p = densePatterns();
-    const size_t half = p.size() / 2;
-    onEveryPath([&] {
-        for (const WriterCase& w : kWriters) {
-            SCOPED_TRACE(w.name);
-            EXPECT_TRUE(writes(w, p.data(), nullptr, p.size(), 0));
-            EXPECT_TRUE(writes(w, p.data(), p.data() + half, half, 0));
-            for (int32_t n : kLengths) {
-                // Clip cases (every exponent) at some lengths, in-range audio at others.
-                const uint32_t* l = p.data() + (n % 3 == 0 ? 40 * n : 20000 + 97 * n);
-                for (size_t offset = 0; offset < 64; ++offset) {
-                    ASSERT_TRUE(writes(w, l, nullptr, size_t(n), offset));
-                    ASSERT_TRUE(writes(w, l, l + 5000, size_t(n), offset));
-                }
-            }
-            if (w.bytes == 8 || w.gap)
-                continue; // these do not narrow
-            std::vector<uint32_t> buffer(p.begin(), p.begin() + 4099);
-            const std::vector<uint8_t> want = refWrite(w, buffer.data(), nullptr, buffer.size());
-            w.fn(buffer.data(), words(buffer.data()), int32_t(buffer.size()), nullptr);
-            EXPECT_EQ(std::memcmp(buffer.data(), want.data(), want.size()), 0) << "in place";
-        }
-        // The native float copy onto itself does nothing at all, with a right channel too.
-        std::vector<uint32_t> same = p, right(p.size(), 0);
-        ConvertFloatToFloatFile(same.data(), words(same.data()), int32_t(p.size()), words(right.data()));
-        EXPECT_TRUE(same == p);
-    });
-}
-
-// Integer writers work on the float's bits: whatever the input, they raise no
-// floating-point exception (even unmasked ones) and leave no status flag behind.
-TEST(SampleWriters, LeaveTheFloatingPointEnvironmentAlone)
-{
-    std::vector<float> in(64);
-    const float odd[] = {NAN, INFINITY, -INFINITY, 3.0e38f, -3.0e38f, 0.3f, -0.7f, 1.0e-40f, 1.0f, -1.0f};
-    for (size_t i = 0; i < in.size(); ++i)
-        in[i] = odd[i % std::size(odd)];
-    std::vector<int32_t> out(4 * in.size());
-    auto* samples = reinterpret_cast<int32_t*>(in.data());
-    const int32_t n = int32_t(in.size());
-    onEveryPath([&] {
-        std::feclearexcept(FE_ALL_EXCEPT);
-        feenableexcept(FE_INVALID | FE_OVERFLOW | FE_DIVBYZERO);
-        for (const WriterCase& w : kWriters) {
-            w.fn(out.data(), samples, n, nullptr);
-            w.fn(out.data(), samples, n / 2, samples + n / 2);
-        }
-        fedisableexcept(FE_ALL_EXCEPT);
-        EXPECT_EQ(std::fetestexcept(FE_ALL_EXCEPT), 0);
-#if defined(__x86_64__)
-        // A flag the caller had raised stays raised, and its masks stay as they were.
-        const unsigned before = (_mm_getcsr() & ~0x3Fu) | 0x10u; // underflow flag
-        _mm_setcsr(before);
-        ConvertFloatTo32(out.data(), samples, n, nullptr);
-        ConvertFloatTo16(out.data(), samples, n, nullptr);
-        EXPECT_EQ(_mm_getcsr(), before);
-        _mm_setcsr(before & ~0x3Fu);
-#endif
-    });
-}
-
-// ---- readers ------------------------------------------------------------------------
-
-namespace {
 
 enum TwoChannels {
     kMonoOnly, // the right output is ignored
@@ -272,7 +182,7 @@ uint32_t refRead(const ReaderCase& c, uint32_t raw)
         return raw;
     const int32_t top = c.offsetBinary ? int32_t(uint32_t(int32_t(raw & 0xFF) - 128) << 24)
                                        : int32_t(raw << (32 - 8 * c.bytes));
-    return bitsOf(float(double(top >> 8) / 8388608.0));
+    return std::bit_cast<uint32_t>(float(double(top >> 8) / 8388608.0));
 }
 
 // Runs a reader on `raw` stored as its samples, mono or asked for two channels, and
@@ -318,11 +228,80 @@ testing::AssertionResult reads(
 
 } // namespace
 
+// The whole pattern set in one block, then blocks of lengths around the vector group
+// sizes at every output offset within a cache line (vector paths split a block into a
+// masked head, whole groups and a masked tail by the output's address; a 3-byte last
+// sample must not spill). Writers walk forward, so a block also narrows onto itself.
+TEST(SampleWriters, MatchTheReferenceAtEveryLengthOffsetAndInPlace)
+{
+    const std::vector<uint32_t> p = densePatterns();
+    const size_t half = p.size() / 2;
+    onEveryPath([&] {
+        for (const WriterCase& w : kWriters) {
+            SCOPED_TRACE(w.name);
+            EXPECT_TRUE(writes(w, p.data(), nullptr, p.size(), 0));
+            EXPECT_TRUE(writes(w, p.data(), p.data() + half, half, 0));
+            for (int32_t n : kLengths) {
+                // Clip cases (every exponent) at some lengths, in-range audio at others.
+                const uint32_t* l = p.data() + (n % 3 == 0 ? 40 * n : 20000 + 97 * n);
+                for (size_t offset = 0; offset < 64; ++offset) {
+                    ASSERT_TRUE(writes(w, l, nullptr, size_t(n), offset));
+                    ASSERT_TRUE(writes(w, l, l + 5000, size_t(n), offset));
+                }
+            }
+            if (w.bytes == 8 || w.gap)
+                continue; // these do not narrow
+            std::vector<uint32_t> buffer(p.begin(), p.begin() + 4099);
+            const std::vector<uint8_t> want = refWrite(w, buffer.data(), nullptr, buffer.size());
+            w.fn(buffer.data(), words(buffer.data()), int32_t(buffer.size()), nullptr);
+            EXPECT_EQ(std::memcmp(buffer.data(), want.data(), want.size()), 0) << "in place";
+        }
+        // The native float copy onto itself does nothing at all, with a right channel too.
+        std::vector<uint32_t> same = p, right(p.size(), 0);
+        ConvertFloatToFloatFile(same.data(), words(same.data()), int32_t(p.size()), words(right.data()));
+        EXPECT_TRUE(same == p);
+    });
+}
+
+// Integer writers work on the float's bits: whatever the input, they raise no
+// floating-point exception (even unmasked ones) and leave no status flag behind.
+TEST(SampleWriters, LeaveTheFloatingPointEnvironmentAlone)
+{
+    const float odd[] = {NAN, INFINITY, -INFINITY, 3.0e38f, -3.0e38f, 0.3f, -0.7f, 1.0e-40f, 1.0f, -1.0f};
+    std::vector<float> in(64);
+    for (size_t i = 0; i < in.size(); ++i)
+        in[i] = odd[i % std::size(odd)];
+    std::vector<int32_t> out(4 * in.size());
+    auto* samples = reinterpret_cast<int32_t*>(in.data());
+    onEveryPath([&] {
+        std::feclearexcept(FE_ALL_EXCEPT);
+        feenableexcept(FE_INVALID | FE_OVERFLOW | FE_DIVBYZERO);
+        for (const WriterCase& w : kWriters) {
+            w.fn(out.data(), samples, 64, nullptr);
+            w.fn(out.data(), samples, 32, samples + 32);
+        }
+        fedisableexcept(FE_ALL_EXCEPT);
+        EXPECT_EQ(std::fetestexcept(FE_ALL_EXCEPT), 0);
+#if defined(__x86_64__)
+        // A flag the caller had raised stays raised, and its masks stay as they were.
+        const unsigned before = (_mm_getcsr() & ~0x3Fu) | 0x10u; // underflow flag
+        _mm_setcsr(before);
+        ConvertFloatTo32(out.data(), samples, 64, nullptr);
+        ConvertFloatTo16(out.data(), samples, 64, nullptr);
+        EXPECT_EQ(_mm_getcsr(), before);
+        _mm_setcsr(before & ~0x3Fu);
+#endif
+    });
+}
+
 // Every sample of the narrow widths, the dense patterns as words: mono, two channels
-// (even samples left, odd samples right) and in place, as each reader does them.
-TEST(SampleReaders, EverySampleMonoStereoAndInPlace)
+// (even samples left, odd samples right) and in place, as each reader does them. Then
+// float outputs at every 4-byte offset within a cache line and sample bytes at every
+// offset within a word, at lengths around the vector group sizes.
+TEST(SampleReaders, EverySampleMonoStereoInPlaceAndAtEveryAlignment)
 {
     const std::vector<uint32_t> dense = densePatterns();
+    std::mt19937 rng(99);
     for (const ReaderCase& c : kReaders) {
         SCOPED_TRACE(c.name);
         std::vector<uint32_t> raw = dense;
@@ -338,24 +317,14 @@ TEST(SampleReaders, EverySampleMonoStereoAndInPlace)
         if (c.two == kSplitInPlace || c.two == kMonoInPlace) {
             EXPECT_TRUE(reads(c, raw, true, 0, true));
         }
-    }
-}
-
-// Float outputs at every 4-byte offset within a cache line and sample bytes at every
-// offset within a word, at lengths around the vector group sizes.
-TEST(SampleReaders, EveryOutputAlignmentAndLength)
-{
-    std::mt19937 rng(99);
-    for (const ReaderCase& c : kReaders) {
-        SCOPED_TRACE(c.name);
         for (int32_t n : kLengths) {
-            std::vector<uint32_t> raw(2 * size_t(n));
-            for (uint32_t& v : raw)
+            std::vector<uint32_t> random(2 * size_t(n));
+            for (uint32_t& v : random)
                 v = rng();
-            const std::vector<uint32_t> mono(raw.begin(), raw.begin() + n);
+            const std::vector<uint32_t> mono(random.begin(), random.begin() + n);
             for (size_t offset = 0; offset < 16; ++offset) {
                 ASSERT_TRUE(reads(c, mono, false, offset));
-                ASSERT_TRUE(reads(c, raw, true, offset));
+                ASSERT_TRUE(reads(c, random, true, offset));
             }
         }
     }
@@ -366,14 +335,12 @@ TEST(SampleReaders, DoublesRoundToNearest)
 {
     const size_t n = 65536;
     std::vector<double> wide(n);
-    std::vector<uint32_t> rounded(n);
     std::mt19937_64 rng(99);
     for (size_t i = 0; i < n; ++i) {
         uint64_t b = rng();
-        if (i % 3 == 0) // keep most inside the float range
+        if (i % 3 == 0) // a third inside the float range
             b = (b & 0x800FFFFFFFFFFFFFull) | (uint64_t(1023 - 40 + i % 80) << 52);
-        std::memcpy(&wide[i], &b, 8);
-        rounded[i] = bitsOf(float(wide[i]));
+        wide[i] = std::bit_cast<double>(b);
     }
     onEveryPath([&] {
         std::vector<int32_t> out(n), right(n, 7);
@@ -383,8 +350,9 @@ TEST(SampleReaders, DoublesRoundToNearest)
         for (size_t i = 0; i < n; ++i) {
             if (std::isnan(wide[i]))
                 continue;
-            ASSERT_EQ(uint32_t(out[i]), rounded[i]) << i;
-            ASSERT_EQ(reinterpret_cast<uint32_t*>(work.data())[i], rounded[i]) << i;
+            ASSERT_EQ(uint32_t(out[i]), std::bit_cast<uint32_t>(float(wide[i]))) << i;
+            ASSERT_EQ(reinterpret_cast<uint32_t*>(work.data())[i], std::bit_cast<uint32_t>(float(wide[i])))
+                << i;
         }
         EXPECT_EQ(std::count(right.begin(), right.end(), 7), long(n));
     });
@@ -417,12 +385,10 @@ TEST(SampleConverters, KnownValues)
     });
 }
 
-// ---- selectors, clearers, counts ------------------------------------------------------
-
 // The regular rows serve every read and write of the file and tool tests (the tool's
 // conversion matrix reads and writes every depth in both orders); here the rows those
 // do not reach, any non-zero swap argument, and the fallbacks.
-TEST(SampleSelectors, TablesAndFallbacks)
+TEST(SampleSelectors, TablesFallbacksAndClearers)
 {
     const tConvertNToFloat readNothing = ConvertNothing;
     const tConvertFloatToN nothing = ConvertNothing;
@@ -449,6 +415,18 @@ TEST(SampleSelectors, TablesAndFallbacks)
     EXPECT_EQ(GetClrStream(2, 2), Clr16Interleaved2);
     EXPECT_EQ(GetClrStream(2, 1), BlockZero);
     EXPECT_EQ(GetClrStream(3, 2), BlockZero);
+
+    unsigned char bytes[8];
+    std::memset(bytes, 0xEE, sizeof bytes);
+    BlockZero(bytes, 0);
+    BlockZero(bytes, -5);
+    EXPECT_EQ(bytes[0], 0xEE);
+    BlockZero(bytes, 5);
+    EXPECT_TRUE(bytes[4] == 0 && bytes[5] == 0xEE);
+    int16_t stream[8] = {100, 101, 102, 103, 104, 105, 106, 107};
+    Clr16Interleaved2(stream, 7); // 3 slots: 0, 2 and 4
+    EXPECT_EQ(
+        std::vector<int16_t>(stream, stream + 8), (std::vector<int16_t> {0, 101, 0, 103, 0, 105, 106, 107}));
 }
 
 TEST(SampleSelectors, NothingAndNonPositiveCountsTouchNoMemory)
@@ -456,7 +434,6 @@ TEST(SampleSelectors, NothingAndNonPositiveCountsTouchNoMemory)
     // Null buffers would fault if anything were read or written.
     ConvertNothing(static_cast<int32_t*>(nullptr), nullptr, 1000, nullptr);
     ConvertNothing(static_cast<void*>(nullptr), nullptr, 1000, nullptr);
-    GetConvertFloatToN(7, 0)(nullptr, nullptr, 1000, nullptr);
     onEveryPath([] {
         for (int32_t frames : {0, -1, -4096}) {
             for (const WriterCase& w : kWriters)
@@ -466,21 +443,6 @@ TEST(SampleSelectors, NothingAndNonPositiveCountsTouchNoMemory)
             ConvertDoubleToFloat(nullptr, nullptr, frames, nullptr);
         }
     });
-}
-
-TEST(SampleSelectors, Clearers)
-{
-    unsigned char bytes[8];
-    std::memset(bytes, 0xEE, sizeof bytes);
-    BlockZero(bytes, 0);
-    BlockZero(bytes, -5);
-    EXPECT_EQ(bytes[0], 0xEE);
-    BlockZero(bytes, 5);
-    EXPECT_TRUE(bytes[4] == 0 && bytes[5] == 0xEE);
-    int16_t words[8] = {100, 101, 102, 103, 104, 105, 106, 107};
-    Clr16Interleaved2(words, 7); // 3 slots: 0, 2 and 4
-    EXPECT_EQ(
-        std::vector<int16_t>(words, words + 8), (std::vector<int16_t> {0, 101, 0, 103, 0, 105, 106, 107}));
 }
 
 TEST(SampleSelectors, PathControl)
@@ -499,8 +461,6 @@ TEST(SampleSelectors, PathControl)
         EXPECT_FALSE(PvConverterPathAvailable(kPvConverterAVX512VBMI));
     }
 }
-
-// ---- exhaustive ----------------------------------------------------------------------
 
 // Every float bit pattern through the native 16-, 24- and 32-bit writers on the path the
 // converters choose for this processor (the other paths meet the dense patterns above),
