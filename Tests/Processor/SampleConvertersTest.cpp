@@ -137,9 +137,10 @@ testing::AssertionResult writes(
     const auto bad = std::mismatch(out.begin(), out.end(), expected.begin());
     if (bad.first == out.end())
         return testing::AssertionSuccess();
-    return testing::AssertionFailure() << (r ? "two channels" : "mono") << ", length " << n << ", offset "
-                                       << offset << ": buffer byte " << (bad.first - out.begin()) << " is 0x"
-                                       << std::hex << int(*bad.first) << ", expected 0x" << int(*bad.second);
+    return testing::AssertionFailure(testing::Message()
+        << (r ? "two channels" : "mono") << ", length " << n << ", offset " << offset << ": buffer byte "
+        << (bad.first - out.begin()) << " is 0x" << std::hex << int(*bad.first) << ", expected 0x"
+        << int(*bad.second));
 }
 
 enum TwoChannels {
@@ -217,11 +218,11 @@ testing::AssertionResult reads(
         c.fn(left.data() + offset, in, int32_t(n), two ? right.data() + offset : nullptr);
         for (size_t i = 0; i < left.size() && result; ++i)
             if (left[i] != wantL[i] || right[i] != wantR[i])
-                result = testing::AssertionFailure()
+                result = testing::AssertionFailure(testing::Message()
                     << "path " << int(PvCurrentConverterPath()) << ", " << (two ? "two channels" : "mono")
                     << (inPlace ? " in place" : "") << ", length " << n << ", offset " << offset << ": word "
                     << i << " reads 0x" << std::hex << left[i] << " / 0x" << right[i] << ", expected 0x"
-                    << wantL[i] << " / 0x" << wantR[i];
+                    << wantL[i] << " / 0x" << wantR[i]);
     });
     return result;
 }
