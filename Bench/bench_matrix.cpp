@@ -2,9 +2,12 @@
 // step by step: fill, select all, scroll to the end, paint the visible part.
 //
 //   build/Bench/bench_matrix --benchmark_repetitions=5 --benchmark_report_aggregates_only=true
+//       --benchmark_enable_random_interleaving=true
 //
 // Each row times one step; the steps before it are done untimed, so the ratio of two rows
-// of the same step compares like with like. Runs headless (offscreen platform).
+// of the same step compares like with like. Interleaving mixes the rows' repetitions, so
+// a shared host's drift weighs on both sides of each ratio. Runs headless (offscreen
+// platform).
 #include <Pavo/PavoUI.h>
 
 #include <QApplication>

@@ -3,6 +3,11 @@
 // same rectangles with a colour.
 //
 //   build/Bench/bench_meters --benchmark_repetitions=5 --benchmark_report_aggregates_only=true
+//       --benchmark_enable_random_interleaving=true
+//
+// Interleaving runs the repetitions of the three rows in mixed order, so that a shared
+// host that speeds up or slows down during the run weighs on every row alike; without it
+// the rows run one after the other and their ratio follows the host's drift.
 //
 // One iteration is one frame: every meter gets its two levels, then the whole panel is
 // rendered into an image (so every meter paints, whether it asked for a redraw or not).
