@@ -81,14 +81,6 @@ QString durationText(double seconds)
     return QStringLiteral("%1:%2.%3").arg(m).arg(s, 2, 10, QLatin1Char('0')).arg(f, 3, 10, QLatin1Char('0'));
 }
 
-std::vector<TaggingField> taggingFields(const BasicTagging& b)
-{
-    std::vector<TaggingField> fields;
-    for (const tagging::BasicTaggingField& f : tagging::BasicTaggingFields(b))
-        fields.push_back({QString::fromStdString(f.name), int(f.offset), f.bits, f.value});
-    return fields;
-}
-
 QString reportText(const FileReport& r)
 {
     QString t;
@@ -123,9 +115,9 @@ QString reportText(const FileReport& r)
         } else {
             t += QStringLiteral("  tagging 'basc' (%1 bytes), fields of the record at their offsets:\n")
                      .arg(r.taggingSize);
-            for (const TaggingField& field : taggingFields(r.tagging))
+            for (const tagging::BasicTaggingField& field : tagging::BasicTaggingFields(r.tagging))
                 t += QStringLiteral("    %1 %2 %3\n")
-                         .arg(field.name + QLatin1Char(':'), -12)
+                         .arg(QString::fromStdString(field.name) + QLatin1Char(':'), -12)
                          .arg(QStringLiteral("@%1 (%2-bit)").arg(field.offset).arg(field.bits), -14)
                          .arg(field.value);
         }
@@ -184,8 +176,8 @@ QJsonObject reportJson(const FileReport& r)
         t[QStringLiteral("values")] = values;
         t[QStringLiteral("size")] = double(r.taggingSize);
         QJsonObject fields;
-        for (const TaggingField& field : taggingFields(r.tagging))
-            fields[field.name] = double(field.value);
+        for (const tagging::BasicTaggingField& field : tagging::BasicTaggingFields(r.tagging))
+            fields[QString::fromStdString(field.name)] = double(field.value);
         t[QStringLiteral("fields")] = fields;
         o[QStringLiteral("basc")] = t;
     }

@@ -23,16 +23,6 @@ inline constexpr uint32_t kBasicTaggingSize = sizeof(tagging::BasicTaggingChunk)
 /// swapper; false when it is too short. The swapper must not run on two threads at once.
 bool decodeBasicTagging(const std::vector<uint8_t>& payload, BasicTagging* out);
 
-/// One field of the basic tagging record: its name in the record ("value1",
-/// "words[2]", "values[15]"), byte offset in the payload, width and value.
-struct TaggingField {
-    QString name;
-    int offset = 0;
-    int bits = 0;
-    uint32_t value = 0;
-};
-std::vector<TaggingField> taggingFields(const BasicTagging& b);
-
 struct FileReport {
     QString path;
     OSStatus error = noErr; ///< noErr when the file could be read

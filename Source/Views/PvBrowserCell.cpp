@@ -5,7 +5,6 @@
 #include <QApplication>
 #include <QFontMetricsF>
 #include <QPainter>
-#include <QStyle>
 #include <QWindow>
 
 #include <algorithm>
