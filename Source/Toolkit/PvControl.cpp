@@ -38,10 +38,8 @@ void PvControl::setCell(std::unique_ptr<PvCell> cell)
     if (m_tracking.cell && m_tracking.cell == m_cell.get())
         cancelTracking();
     m_cell = std::move(cell);
-    if (m_cell) {
-        m_cell->setControlView(this);
+    if (m_cell)
         adoptCell(m_cell.get());
-    }
     updateGeometry();
     update();
 }
@@ -83,7 +81,10 @@ void PvControl::releaseCellUpdates()
 
 void PvControl::adoptCell(PvCell* cell)
 {
-    if (cell && !isEnabled())
+    if (!cell)
+        return;
+    cell->setOwningView(this);
+    if (!isEnabled())
         cell->setEnabled(false);
 }
 

@@ -233,8 +233,9 @@ protected:
     /// Called for each owned cell when the enabled state changes; PvMatrix overrides it.
     virtual void forEachCell(const std::function<void(PvCell*)>& f);
 
-    /// Sets a cell's enabled state to what it has in this control: a cell keeps its own
-    /// state while the control is enabled and is disabled with it. For subclasses that
+    /// Makes this control the view of a cell it owns (and destroys before it goes itself),
+    /// and sets the cell's enabled state to what it has in this control: a cell keeps its
+    /// own state while the control is enabled and is disabled with it. For subclasses that
     /// insert cells.
     void adoptCell(PvCell* cell);
 

@@ -99,12 +99,6 @@ void PvMatrix::cellsChanged(size_t from)
         setStoredIndexOfCell(m_cells[i].get(), int(i));
 }
 
-void PvMatrix::adoptNewCell(PvCell* cell)
-{
-    cell->setOwningView(this); // the matrix destroys its cells before it goes
-    adoptCell(cell);
-}
-
 bool PvMatrix::getRowColumnForPoint(const QPointF& point, int* row, int* column) const
 {
     const qreal pitchX = m_cellSize.width() + m_spacing.width();
@@ -180,7 +174,7 @@ void PvMatrix::renewRows(int rows, int columns)
                 slot = std::move(m_cells[size_t(indexOf(r, c))]);
             else
                 slot = newCell(r, c);
-            adoptNewCell(slot.get());
+            adoptCell(slot.get());
             setStoredIndexOfCell(slot.get(), r * columns + c);
         }
     }
@@ -224,7 +218,7 @@ void PvMatrix::insertRow(int row)
     cancelTracking();
     for (int c = 0; c < m_columns; ++c) {
         CellPtr cell(makeCell(row, c).release());
-        adoptNewCell(cell.get());
+        adoptCell(cell.get());
         m_cells.insert(m_cells.begin() + row * m_columns + c, std::move(cell));
     }
     cellsChanged(size_t(row) * size_t(m_columns)); // rows added at the end cost no renumbering
@@ -251,7 +245,7 @@ void PvMatrix::insertColumn(int column)
         for (int c = 0; c <= m_columns; ++c) {
             if (c == column) {
                 CellPtr cell(makeCell(r, c).release());
-                adoptNewCell(cell.get());
+                adoptCell(cell.get());
                 cells.push_back(std::move(cell));
             }
             if (c < m_columns)
@@ -312,7 +306,7 @@ void PvMatrix::putCell(std::unique_ptr<PvCell> cell, int row, int column)
     if (!cell || !cellAt(row, column))
         return;
     cancelTracking();
-    adoptNewCell(cell.get());
+    adoptCell(cell.get());
     setStoredIndexOfCell(cell.get(), indexOf(row, column));
     m_cells[size_t(indexOf(row, column))] = CellPtr(cell.release());
     setNeedsDisplayInRect(cellFrameAt(row, column));

@@ -142,7 +142,6 @@ private:
     int indexOf(int row, int column) const { return row * m_columns + column; }
     void cellsChanged(size_t from = 0); // renumbers the cells from index from on
     void turnAllOff();
-    void adoptNewCell(PvCell* cell);
     void selectByMouse(int row, int column, Qt::KeyboardModifiers modifiers, bool dragging);
     void setKeyCell(int row, int column);
     void finishClick(const PvEvent& event);
