@@ -38,7 +38,7 @@ void PvCellGroupControl::addCell(std::unique_ptr<PvCell> cell, const QRectF& fra
     if (!cell)
         return;
     PvCell* c = cell.get();
-    c->setControlView(this);
+    adoptCell(c);
     m_cells.push_back(std::move(cell));
     m_cellFrames.push_back(frame);
     setUpAddedCellAttributes(c);
