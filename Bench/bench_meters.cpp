@@ -5,7 +5,7 @@
 //   build/Bench/bench_meters --benchmark_repetitions=5 --benchmark_report_aggregates_only=true
 //       --benchmark_enable_random_interleaving=true
 //
-// Interleaving runs the repetitions of the three rows in mixed order, so that a shared
+// Interleaving runs the repetitions of the rows in mixed order, so that a shared
 // host that speeds up or slows down during the run weighs on every row alike; without it
 // the rows run one after the other and their ratio follows the host's drift.
 //
@@ -13,6 +13,9 @@
 // rendered into an image (so every meter paints, whether it asked for a redraw or not).
 // The signal runs 600 frames and starts again. The meters read a manual clock that moves
 // 1/60 s per frame, so their fall-back and hold behave as on a 60 Hz display.
+//
+// Meters_NoPictures is the LED row without pictures: the meters' paint path and level
+// feeding alone, so what the rows with pictures cost beyond it is the copying of pictures.
 //
 // The counter no_repaint_share of the meter rows is measured once, untimed, on a shown
 // panel fed with a slowly changing signal: the share of setLevel calls after which the
@@ -108,12 +111,13 @@ struct MeterPanel {
     QWidget panel;
     std::vector<DfStereoLevelMeterView*> meters;
 
-    explicit MeterPanel(uint32_t ledCount)
+    explicit MeterPanel(uint32_t ledCount, bool pictures = true)
     {
         panel.resize(kColumns * kMeterSize.width(), (kMeters / kColumns) * kMeterSize.height());
         for (int i = 0; i < kMeters; ++i) {
             auto* m = new DfStereoLevelMeterView(meterGeometry(i), &panel);
-            m->setImageIDs(kStrip, kClip);
+            if (pictures)
+                m->setImageIDs(kStrip, kClip);
             m->setPadding(kPadding);
             m->setOnStateLEDInset(4);
             m->setLEDCount(ledCount);
@@ -205,15 +209,10 @@ double noRepaintShare(uint32_t ledCount)
     return 1.0 - double(counter.cells) / (double(kFrames) * kMeters * 2);
 }
 
-void runMeters(benchmark::State& state, uint32_t ledCount)
+// One iteration per frame: the meters get their levels and the panel is rendered.
+void paintFrames(benchmark::State& state, MeterPanel& panel)
 {
-    // Measured once per mode: the benchmark calls this for every repetition.
-    static double shares[2] = {-1, -1};
-    double& share = shares[ledCount > 0 ? 1 : 0];
-    if (share < 0)
-        share = noRepaintShare(ledCount);
     PvClock::ScopedOverride clock(0.0);
-    MeterPanel panel(ledCount);
     const std::vector<float> signal = makeSignal(false);
     QImage image(panel.panel.size(), QImage::Format_ARGB32_Premultiplied);
     int frame = 0;
@@ -223,6 +222,17 @@ void runMeters(benchmark::State& state, uint32_t ledCount)
         panel.panel.render(&image);
         frame = (frame + 1) % kFrames;
     }
+}
+
+void runMeters(benchmark::State& state, uint32_t ledCount)
+{
+    // Measured once per mode: the benchmark calls this for every repetition.
+    static double shares[2] = {-1, -1};
+    double& share = shares[ledCount > 0 ? 1 : 0];
+    if (share < 0)
+        share = noRepaintShare(ledCount);
+    MeterPanel panel(ledCount);
+    paintFrames(state, panel);
     state.counters["no_repaint_share"] = share;
 }
 
@@ -234,6 +244,14 @@ void BM_Meters_LED(benchmark::State& state)
 void BM_Meters_Bar(benchmark::State& state)
 {
     runMeters(state, 0);
+}
+
+// The meters' paint path without pictures: what the meters cost besides the copies of
+// their pictures.
+void BM_Meters_NoPictures(benchmark::State& state)
+{
+    MeterPanel panel(10, false);
+    paintFrames(state, panel);
 }
 
 void BM_PlainFill(benchmark::State& state)
@@ -258,3 +276,4 @@ void BM_PlainFill(benchmark::State& state)
 BENCHMARK(BM_PlainFill)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_Meters_LED)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_Meters_Bar)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_Meters_NoPictures)->Unit(benchmark::kMicrosecond);
