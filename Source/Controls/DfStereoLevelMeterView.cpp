@@ -74,11 +74,15 @@ void DfStereoLevelMeterView::setPadding(int padding)
 
 void DfStereoLevelMeterView::getCellFrames(QRectF* left, QRectF* right) const
 {
+    cellFramesForHeight(m_cellR->cellHeight(), left, right);
+}
+
+void DfStereoLevelMeterView::cellFramesForHeight(qreal stripHeight, QRectF* left, QRectF* right) const
+{
     const qreal p = m_padding;
-    const qreal hh = m_cellR->cellHeight();
     const qreal w = width() - 2 * p;
-    const QRectF top(p, p, w, hh);
-    const QRectF bottom(p, height() - (p + hh), w, hh);
+    const QRectF top(p, p, w, stripHeight);
+    const QRectF bottom(p, height() - (p + stripHeight), w, stripHeight);
     // The left meter is the upper one whichever way y grows.
     const bool flipped = isFlipped();
     if (left)
@@ -181,12 +185,35 @@ void DfStereoLevelMeterView::drawRect(QPainter& painter, const QRectF& dirtyRect
 {
     // The meters copy whole pixels of their pictures; edge smoothing would only cost time.
     painter.setRenderHint(QPainter::Antialiasing, false);
+    const int32_t strip = m_cellL->levelMeterImageID();
+    const int32_t clip = m_cellL->peakLEDImageID();
     QRectF left, right;
-    getCellFrames(&left, &right);
+    if (strip != m_cellR->levelMeterImageID() || clip != m_cellR->peakLEDImageID()) {
+        // Meters given pictures of their own draw on their own.
+        getCellFrames(&left, &right);
+        if (dirtyRect.intersects(right))
+            m_cellR->drawWithFrame(painter, right, this);
+        if (dirtyRect.intersects(left))
+            m_cellL->drawWithFrame(painter, left, this);
+        return;
+    }
+    // Both meters draw from the same pictures: each is asked for once.
+    PvResourceProvider* provider = PvResourceProvider::defaultResourceProvider();
+    const QPixmap off = provider->imageForID(strip, PvLevelMeterCell::kUnlitState);
+    const QPixmap on = provider->imageForID(strip, PvLevelMeterCell::kLitState);
+    QPixmap leds[2];
+    auto led = [&](bool peak) -> const QPixmap& {
+        QPixmap& picture = leds[peak];
+        if (picture.isNull() && clip != kImage_None)
+            picture = provider->imageForID(
+                clip, peak ? PvLevelMeterCell::kLitState : PvLevelMeterCell::kUnlitState);
+        return picture;
+    };
+    cellFramesForHeight(off.isNull() ? 0.0 : off.deviceIndependentSize().height(), &left, &right);
     if (dirtyRect.intersects(right))
-        m_cellR->drawWithFrame(painter, right, this);
+        m_cellR->drawMeter(painter, right, this, off, on, led(m_cellR->isPeak()));
     if (dirtyRect.intersects(left))
-        m_cellL->drawWithFrame(painter, left, this);
+        m_cellL->drawMeter(painter, left, this, off, on, led(m_cellL->isPeak()));
 }
 
 void DfStereoLevelMeterView::forEachCell(const std::function<void(PvCell*)>& f)

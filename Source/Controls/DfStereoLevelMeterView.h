@@ -88,6 +88,9 @@ protected:
     void forEachCell(const std::function<void(PvCell*)>& f) override;
 
 private:
+    // The frames of the two meters for strips of the given height.
+    void cellFramesForHeight(qreal stripHeight, QRectF* left, QRectF* right) const;
+
     // Gives both meters the same setting.
     template <class... Params, class... Args>
     void forBoth(void (PvLevelMeterCell::*set)(Params...), Args... args)

@@ -13,13 +13,55 @@
 
 namespace {
 
-// Picture states of the strip and the clip LED.
-constexpr int kUnlit = 0;
-constexpr int kLit = 3;
-
 // A shown level that moves by no more than this redraws nothing (single precision, as
 // the comparison is made in floats).
 constexpr float kRedrawThreshold = 0.01f;
+
+// The strip with columns [0, litEnd) from the lit picture and the part hold of the lit
+// picture over the unlit one, composed once and kept by the provider for every meter with
+// these pictures; null when the pictures differ in size or all the strips a meter may show
+// would not fit the provider's budget (then the meter copies the parts one by one).
+const QImage* composedStrip(
+    const QPixmap& off, const QPixmap& on, uint32_t ledCount, float litEnd, QRectF hold)
+{
+    if (on.isNull() || on.size() != off.size() || on.devicePixelRatio() != off.devicePixelRatio())
+        return nullptr;
+    // Every strip a meter shows: one per lit length, or in LED mode one per pair of lit
+    // LEDs and held LED.
+    const qint64 kib = std::max<qint64>(1, qint64(off.width()) * off.height() * 4 / 1024);
+    const qint64 strips
+        = ledCount > 0 ? (qint64(ledCount) + 1) * (qint64(ledCount) + 2) / 2 : off.width() + 1;
+    if (ledCount > 4096 || kib * strips > PvResourceProvider::kComposedPicturesKiB)
+        return nullptr;
+    const QSizeF size = off.deviceIndependentSize();
+    hold &= QRectF(QPointF(0, 0), size);
+    const qreal ratio = off.devicePixelRatio();
+    auto pixels = [ratio](qreal points) { return int(std::lround(points * ratio)); };
+    const PvComposedPictureKey key {off.cacheKey(), on.cacheKey(),
+        pixels(std::clamp<qreal>(litEnd, 0, size.width())), hold.isEmpty() ? 0 : pixels(hold.left()),
+        hold.isEmpty() ? 0 : pixels(hold.right())};
+    QCache<PvComposedPictureKey, QImage>& cache
+        = PvResourceProvider::defaultResourceProvider()->composedPictures();
+    if (const QImage* found = cache.object(key))
+        return found;
+
+    const bool opaque = !off.hasAlphaChannel() && !on.hasAlphaChannel();
+    auto image = std::make_unique<QImage>(
+        off.size(), opaque ? QImage::Format_RGB32 : QImage::Format_ARGB32_Premultiplied);
+    image->setDevicePixelRatio(ratio);
+    if (!opaque)
+        image->fill(Qt::transparent);
+    {
+        QPainter painter(image.get());
+        painter.drawPixmap(QPointF(0, 0), off);
+        const QRectF lit(0, 0, std::clamp<qreal>(litEnd, 0, size.width()), size.height());
+        for (const QRectF& part : {lit, hold})
+            if (!part.isEmpty())
+                painter.drawPixmap(part, on, QRectF(part.topLeft() * ratio, part.size() * ratio));
+    }
+    const QImage* composed = image.get();
+    return cache.insert(key, image.release(), kib) ? composed : nullptr;
+}
 
 } // namespace
 
@@ -107,12 +149,12 @@ void PvLevelMeterCell::setPeak(bool peak)
 float PvLevelMeterCell::cellHeight() const
 {
     return float(
-        PvResourceProvider::defaultResourceProvider()->imageSize(m_levelMeterImageID, kUnlit).height());
+        PvResourceProvider::defaultResourceProvider()->imageSize(m_levelMeterImageID, kUnlitState).height());
 }
 
 QSizeF PvLevelMeterCell::cellSize() const
 {
-    return PvResourceProvider::defaultResourceProvider()->imageSize(m_levelMeterImageID, kUnlit);
+    return PvResourceProvider::defaultResourceProvider()->imageSize(m_levelMeterImageID, kUnlitState);
 }
 
 void PvLevelMeterCell::calculateInternalsFromCellFrame(const QRectF& frame, PvControl* view)
@@ -156,10 +198,20 @@ void PvLevelMeterCell::drawWithFrame(QPainter& painter, const QRectF& frame, PvC
 
 void PvLevelMeterCell::drawInteriorWithFrame(QPainter& painter, const QRectF& cellFrame, PvControl* view)
 {
-    // Meters are drawn many times a second, many at a time: each picture is asked for once
-    // per draw and its parts are copied without further painter state changes.
     PvResourceProvider* provider = PvResourceProvider::defaultResourceProvider();
-    const QPixmap off = provider->imageForID(m_levelMeterImageID, kUnlit);
+    const QPixmap off = provider->imageForID(m_levelMeterImageID, kUnlitState);
+    const QPixmap on = provider->imageForID(m_levelMeterImageID, kLitState);
+    const QPixmap led = m_peakLEDImageID != kImage_None
+        ? provider->imageForID(m_peakLEDImageID, m_peak ? kLitState : kUnlitState)
+        : QPixmap();
+    drawMeter(painter, cellFrame, view, off, on, led);
+}
+
+void PvLevelMeterCell::drawMeter(QPainter& painter, const QRectF& cellFrame, PvControl* view,
+    const QPixmap& off, const QPixmap& on, const QPixmap& led)
+{
+    // Meters are drawn many times a second, many at a time: the parts of the pictures are
+    // copied without further painter state changes.
     const QSizeF stripSize = off.isNull() ? QSizeF() : off.deviceIndependentSize();
     const float W = float(stripSize.width());
     const float H = float(stripSize.height());
@@ -215,28 +267,33 @@ void PvLevelMeterCell::drawInteriorWithFrame(QPainter& painter, const QRectF& ce
     };
     if (!off.isNull()) {
         const bool hold = m > 0.0f && d < 1.0f && holdEnd > litLength; // else drawn already
-        const QPixmap on = d > 0.0f || hold ? provider->imageForID(m_levelMeterImageID, kLit) : QPixmap();
         const QSizeF onSize = on.isNull() ? QSizeF() : on.deviceIndependentSize();
-        if (d < 1.0f) {
-            const float s = litLength + (litLength >= 1.0f ? inset : 0.0f);
-            copy(off, stripSize, QRectF(s, 0, W - s, H));
-        }
-        if (d > 0.0f)
-            copy(on, onSize, QRectF(0, 0, litLength + inset, H));
-        if (hold) {
-            // The lit picture's column at the hold, less the picture's bottom row.
-            const float x0 = holdEnd + inset - holdWidth;
-            copy(on, onSize, QRectF(x0, 0, holdWidth, H - 1));
+        // The lit picture's column at the hold, less the picture's bottom row.
+        const QRectF holdPart(holdEnd + inset - holdWidth, 0, holdWidth, H - 1);
+        // A LED hold is one of few places and goes into the composed strip; a bar's would
+        // multiply the strips by the bar's length, so it is copied on its own.
+        const bool holdComposed = hold && n > 0;
+        const float litEnd = d > 0.0f ? (d < 1.0f ? litLength + inset : W) : 0.0f;
+        if (const QImage* strip = composedStrip(off, on, n, litEnd, holdComposed ? holdPart : QRectF())) {
+            painter.drawImage(QPointF(x, stripTop), *strip);
+            if (hold && !holdComposed)
+                copy(on, onSize, holdPart);
+        } else {
+            if (d < 1.0f) {
+                const float s = litLength + (litLength >= 1.0f ? inset : 0.0f);
+                copy(off, stripSize, QRectF(s, 0, W - s, H));
+            }
+            if (d > 0.0f)
+                copy(on, onSize, QRectF(0, 0, litLength + inset, H));
+            if (hold)
+                copy(on, onSize, holdPart);
         }
     }
-    if (m_peakLEDImageID != kImage_None) {
-        const QPixmap led = provider->imageForID(m_peakLEDImageID, m_peak ? kLit : kUnlit);
-        if (!led.isNull()) {
-            const QSizeF size = led.deviceIndependentSize();
-            painter.drawPixmap(
-                QRectF(QPointF(frame.right() - size.width(), frame.bottom() - size.height()), size), led,
-                QRectF(QPointF(0, 0), QSizeF(led.size())));
-        }
+    if (!led.isNull()) {
+        const QSizeF size = led.deviceIndependentSize();
+        painter.drawPixmap(
+            QRectF(QPointF(frame.right() - size.width(), frame.bottom() - size.height()), size), led,
+            QRectF(QPointF(0, 0), QSizeF(led.size())));
     }
     if (upward)
         painter.restore();

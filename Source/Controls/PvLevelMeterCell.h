@@ -10,6 +10,8 @@
 #include <memory>
 #include <optional>
 
+class QPixmap;
+
 /**
     Shows one audio level as a horizontal strip of LEDs (or a continuous bar), drawn from
     two pictures of the same strip taken from the shared PvResourceProvider: state 0 of
@@ -111,7 +113,10 @@ public:
     PvTimer* maxtimer() const { return m_maxtimer.get(); }
 
     // ---- drawing ---------------------------------------------------------------------
-    /// Draws the interior only: a meter has no highlight or border.
+    /// Draws the interior only: a meter has no highlight or border. The strip with its lit
+    /// part (and in LED mode its hold) is composed once per state and kept by the provider
+    /// (PvResourceProvider::composedPictures()), so that a meter draws it in one copy; a
+    /// provider that hands out the same pixmaps again lets every meter reuse them.
     void drawWithFrame(QPainter& painter, const QRectF& frame, PvControl* view) override;
     void drawInteriorWithFrame(QPainter& painter, const QRectF& frame, PvControl* view) override;
 
@@ -131,7 +136,16 @@ public:
     void setAccessibleDoubleValue(double) override { }
 
 private:
+    friend class DfStereoLevelMeterView;
+    // Picture states of the strip and the clip LED.
+    static constexpr int kUnlitState = 0;
+    static constexpr int kLitState = 3;
+
     void redraw();
+    // Draws from the pictures given: the unlit and lit strip and the clip LED in the
+    // cell's clip state (each may be null).
+    void drawMeter(QPainter& painter, const QRectF& frame, PvControl* view, const QPixmap& off,
+        const QPixmap& on, const QPixmap& led);
 
     QRectF m_cellFrame;
     int32_t m_levelMeterImageID = 0;

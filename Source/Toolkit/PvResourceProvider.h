@@ -1,6 +1,8 @@
 // The shared image provider of the controls.
 #pragma once
 
+#include <QCache>
+#include <QImage>
 #include <QPainter>
 #include <QPixmap>
 #include <QPointF>
@@ -8,6 +10,21 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+
+/// Names a picture composed from provider pictures: the cacheKey() of two sources and
+/// three numbers of the composing control's own.
+struct PvComposedPictureKey {
+    qint64 first = 0;
+    qint64 second = 0;
+    int a = 0;
+    int b = 0;
+    int c = 0;
+    friend bool operator==(const PvComposedPictureKey&, const PvComposedPictureKey&) = default;
+    friend size_t qHash(const PvComposedPictureKey& key, size_t seed = 0)
+    {
+        return qHashMulti(seed, key.first, key.second, key.a, key.b, key.c);
+    }
+};
 
 /// The image ID that names no picture: a control given it draws the platform look instead.
 inline constexpr int32_t kImage_None = -1;
@@ -83,4 +100,19 @@ public:
     /// Draws the picture stretched into rect (the stretchable pictures of tracks and frames).
     bool drawImageWithID(int32_t imageID, int state, QPainter& painter, const QRectF& rect,
         QPainter::CompositionMode operation = QPainter::CompositionMode_SourceOver, qreal fraction = 1.0);
+
+    /// The budget of composedPictures(), in KiB.
+    static constexpr qsizetype kComposedPicturesKiB = 8192;
+
+    /**
+        Pictures that controls compose from this provider's pictures and draw again and
+        again, such as a level meter's strip with its lit part: one copy instead of
+        several. Keyed by the sources' cacheKey(), so a changed picture is composed anew;
+        the cost of an entry is its size in KiB, and the least recently used go first
+        once kComposedPicturesKiB is reached. The pictures go with the provider.
+    */
+    QCache<PvComposedPictureKey, QImage>& composedPictures() { return m_composedPictures; }
+
+private:
+    QCache<PvComposedPictureKey, QImage> m_composedPictures {kComposedPicturesKiB};
 };

@@ -20,22 +20,38 @@ const QColor kLitBottomRow(0, 0, 255);
 const QColor kClipOff(80, 0, 0);
 const QColor kClipOn(255, 0, 0);
 
-// A strip of 104 x 8 points (lit: green with a blue bottom row) and an 8 x 8 clip LED.
+// A strip of 104 x 8 points (lit: green with a blue bottom row) and an 8 x 8 clip LED,
+// made once and handed out again, as providers do. The strips are opaque (what meters
+// compose fastest), or have an alpha channel, or the lit one is a row taller (which
+// meters cannot compose and copy part by part); all look the same.
 class Pictures : public PvResourceProvider {
 public:
+    enum Kind { Opaque, WithAlpha, LitTaller };
+    explicit Pictures(Kind kind = Opaque)
+    {
+        for (int lit : {0, 1}) {
+            QPixmap strip(QSize(104, kind == LitTaller && lit ? 9 : 8));
+            if (kind == WithAlpha)
+                strip.fill(Qt::transparent);
+            QPainter painter(&strip);
+            painter.fillRect(0, 0, 104, 8, lit ? kLit : kUnlit);
+            if (lit)
+                painter.fillRect(0, 7, 104, 1, kLitBottomRow);
+            m_strip[lit] = strip;
+            m_clip[lit] = QPixmap(8, 8);
+            m_clip[lit].fill(lit ? kClipOn : kClipOff);
+        }
+    }
     QPixmap imageForID(int32_t id, int state) override
     {
         if ((state != 0 && state != 3) || (id != kStrip && id != kClip))
             return {};
-        const bool lit = state == 3;
-        QPixmap p(id == kStrip ? QSize(104, 8) : QSize(8, 8));
-        p.fill(id == kClip ? (lit ? kClipOn : kClipOff) : lit ? kLit : kUnlit);
-        if (id == kStrip && lit) {
-            QPainter painter(&p);
-            painter.fillRect(0, 7, 104, 1, kLitBottomRow);
-        }
-        return p;
+        return id == kStrip ? m_strip[state == 3] : m_clip[state == 3];
     }
+
+private:
+    QPixmap m_strip[2];
+    QPixmap m_clip[2];
 };
 
 struct Target : QObject {
@@ -135,26 +151,36 @@ TEST_F(MeterFixture, LEDsCountInSinglePrecisionAndTheStartAreaLightsForAnySignal
 TEST_F(MeterFixture, HoldSegmentInLEDAndBarModeSkipsThePicturesBottomRow)
 {
     view->setMaxLevelHoldTime(10);
-    view->setLevelL(0.8f, 0.8f);
-    view->setLevelL(0.3f, 0.3f);
-    EXPECT_FLOAT_EQ(view->cellL()->maxDisplayLevel(), 0.8f);
-    QImage image = view->grab().toImage();
-    // LED mode: the hold is the eighth LED, 10 points wide, ending at 84.
-    EXPECT_EQ(pixel(image, true, 73), kUnlit);
-    EXPECT_EQ(pixel(image, true, 74), kLit);
-    EXPECT_EQ(pixel(image, true, 83), kLit);
-    EXPECT_EQ(pixel(image, true, 84), kUnlit);
-    EXPECT_EQ(pixel(image, true, 80, 7), kUnlit); // bottom row of the hold left unlit
-    EXPECT_EQ(pixel(image, true, 20, 7), kLitBottomRow);
+    for (Pictures::Kind kind : {Pictures::Opaque, Pictures::WithAlpha, Pictures::LitTaller}) {
+        SCOPED_TRACE(kind);
+        PvResourceProvider::setDefaultResourceProviderClass(
+            [kind] { return std::make_unique<Pictures>(kind); });
+        view->setLEDCount(10);
+        view->setLevelL(0.8f, 0.8f);
+        view->setLevelL(0.3f, 0.3f);
+        EXPECT_FLOAT_EQ(view->cellL()->maxDisplayLevel(), 0.8f);
+        QImage image = view->grab().toImage();
+        // LED mode: three LEDs lit, and the hold is the eighth LED, 10 points wide,
+        // ending at 84.
+        EXPECT_EQ(pixel(image, true, 33), kLit);
+        EXPECT_EQ(pixel(image, true, 34), kUnlit);
+        EXPECT_EQ(pixel(image, true, 73), kUnlit);
+        EXPECT_EQ(pixel(image, true, 74), kLit);
+        EXPECT_EQ(pixel(image, true, 83), kLit);
+        EXPECT_EQ(pixel(image, true, 84), kUnlit);
+        EXPECT_EQ(pixel(image, true, 80, 7), kUnlit); // bottom row of the hold left unlit
+        EXPECT_EQ(pixel(image, true, 20, 7), kLitBottomRow);
 
-    view->setLEDCount(0); // bar mode: lit round(0.3 x 100), hold 2 points ending at 84
-    image = view->grab().toImage();
-    EXPECT_EQ(pixel(image, true, 33), kLit);
-    EXPECT_EQ(pixel(image, true, 34), kUnlit);
-    EXPECT_EQ(pixel(image, true, 81), kUnlit);
-    EXPECT_EQ(pixel(image, true, 82), kLit);
-    EXPECT_EQ(pixel(image, true, 83), kLit);
-    EXPECT_EQ(pixel(image, true, 84), kUnlit);
+        view->setLEDCount(0); // bar mode: lit round(0.3 x 100), hold 2 points ending at 84
+        image = view->grab().toImage();
+        EXPECT_EQ(pixel(image, true, 33), kLit);
+        EXPECT_EQ(pixel(image, true, 34), kUnlit);
+        EXPECT_EQ(pixel(image, true, 81), kUnlit);
+        EXPECT_EQ(pixel(image, true, 82), kLit);
+        EXPECT_EQ(pixel(image, true, 83), kLit);
+        EXPECT_EQ(pixel(image, true, 84), kUnlit);
+        EXPECT_EQ(pixel(image, true, 83, 7), kUnlit);
+    }
 }
 
 TEST_F(MeterFixture, OverFullScaleLatchesTheClipLEDUntilAClickClearsBoth)
