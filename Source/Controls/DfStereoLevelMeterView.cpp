@@ -4,6 +4,8 @@
 
 #include <QPainter>
 
+#include <optional>
+
 DfStereoLevelMeterView::DfStereoLevelMeterView(QWidget* parent)
     : PvControl(parent)
     , m_cellL(std::make_unique<PvLevelMeterCell>())
@@ -183,37 +185,25 @@ void DfStereoLevelMeterView::mouseDown(const PvEvent&)
 
 void DfStereoLevelMeterView::drawRect(QPainter& painter, const QRectF& dirtyRect)
 {
-    // The meters copy whole pixels of their pictures; edge smoothing would only cost time.
-    painter.setRenderHint(QPainter::Antialiasing, false);
+    // Meters with the same pictures (the usual case) ask for them once for both.
     const int32_t strip = m_cellL->levelMeterImageID();
     const int32_t clip = m_cellL->peakLEDImageID();
-    QRectF left, right;
-    if (strip != m_cellR->levelMeterImageID() || clip != m_cellR->peakLEDImageID()) {
-        // Meters given pictures of their own draw on their own.
-        getCellFrames(&left, &right);
-        if (dirtyRect.intersects(right))
-            m_cellR->drawWithFrame(painter, right, this);
-        if (dirtyRect.intersects(left))
-            m_cellL->drawWithFrame(painter, left, this);
-        return;
+    const bool shared = strip == m_cellR->levelMeterImageID() && clip == m_cellR->peakLEDImageID();
+    std::optional<PvLevelMeterCell::Pictures> pictures;
+    if (shared) {
+        const bool peakL = m_cellL->isPeak(), peakR = m_cellR->isPeak();
+        pictures.emplace(PvLevelMeterCell::pictures(strip, clip, !peakL || !peakR, peakL || peakR));
     }
-    // Both meters draw from the same pictures: each is asked for once.
-    PvResourceProvider* provider = PvResourceProvider::defaultResourceProvider();
-    const QPixmap off = provider->imageForID(strip, PvLevelMeterCell::kUnlitState);
-    const QPixmap on = provider->imageForID(strip, PvLevelMeterCell::kLitState);
-    QPixmap leds[2];
-    auto led = [&](bool peak) -> const QPixmap& {
-        QPixmap& picture = leds[peak];
-        if (picture.isNull() && clip != kImage_None)
-            picture = provider->imageForID(
-                clip, peak ? PvLevelMeterCell::kLitState : PvLevelMeterCell::kUnlitState);
-        return picture;
-    };
-    cellFramesForHeight(off.isNull() ? 0.0 : off.deviceIndependentSize().height(), &left, &right);
-    if (dirtyRect.intersects(right))
-        m_cellR->drawMeter(painter, right, this, off, on, led(m_cellR->isPeak()));
-    if (dirtyRect.intersects(left))
-        m_cellL->drawMeter(painter, left, this, off, on, led(m_cellL->isPeak()));
+    QRectF left, right;
+    cellFramesForHeight(pictures ? pictures->stripSize.height() : m_cellR->cellHeight(), &left, &right);
+    for (auto [cell, frame] : {std::pair {m_cellR.get(), right}, std::pair {m_cellL.get(), left}}) {
+        if (!dirtyRect.intersects(frame))
+            continue;
+        if (pictures)
+            cell->drawMeter(painter, frame, this, *pictures);
+        else
+            cell->drawMeter(painter, frame, this, cell->ownPictures());
+    }
 }
 
 void DfStereoLevelMeterView::forEachCell(const std::function<void(PvCell*)>& f)

@@ -85,6 +85,8 @@ public:
 protected:
     void mouseDown(const PvEvent& event) override;
     void drawRect(QPainter& painter, const QRectF& dirtyRect) override;
+    /// The meters copy whole pixels of their pictures: no edge smoothing.
+    bool drawsAntialiased() const override { return false; }
     void forEachCell(const std::function<void(PvCell*)>& f) override;
 
 private:

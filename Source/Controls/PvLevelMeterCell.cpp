@@ -17,15 +17,20 @@ namespace {
 // the comparison is made in floats).
 constexpr float kRedrawThreshold = 0.01f;
 
-// The strip with columns [0, litEnd) from the lit picture and the part hold of the lit
-// picture over the unlit one, composed once and kept by the provider for every meter with
-// these pictures; null when the pictures differ in size or all the strips a meter may show
-// would not fit the provider's budget (then the meter copies the parts one by one).
-const QImage* composedStrip(
-    const QPixmap& off, const QPixmap& on, uint32_t ledCount, float litEnd, QRectF hold)
+} // namespace
+
+// The strip with columns [0, litEnd) and the columns of hold taken from the lit picture,
+// the rest from the unlit one, composed once and kept by the provider for every meter with
+// these pictures. Null when the pictures differ in size or all the strips a meter may show
+// would not fit the provider's budget; the meter then copies the parts one by one.
+const QImage* PvLevelMeterCell::composedStrip(
+    const Pictures& pictures, uint32_t ledCount, float litEnd, QRectF hold)
 {
-    if (on.isNull() || on.size() != off.size() || on.devicePixelRatio() != off.devicePixelRatio())
+    if (!pictures.composed)
         return nullptr;
+    const QPixmap& off = pictures.off;
+    const QPixmap& on = pictures.on;
+    const QSizeF& size = pictures.stripSize;
     // Every strip a meter shows: one per lit length, or in LED mode one per pair of lit
     // LEDs and held LED.
     const qint64 kib = std::max<qint64>(1, qint64(off.width()) * off.height() * 4 / 1024);
@@ -33,15 +38,13 @@ const QImage* composedStrip(
         = ledCount > 0 ? (qint64(ledCount) + 1) * (qint64(ledCount) + 2) / 2 : off.width() + 1;
     if (ledCount > 4096 || kib * strips > PvResourceProvider::kComposedPicturesKiB)
         return nullptr;
-    const QSizeF size = off.deviceIndependentSize();
     hold &= QRectF(QPointF(0, 0), size);
     const qreal ratio = off.devicePixelRatio();
     auto pixels = [ratio](qreal points) { return int(std::lround(points * ratio)); };
-    const PvComposedPictureKey key {off.cacheKey(), on.cacheKey(),
+    const PvComposedPictureKey key {pictures.offKey, pictures.onKey,
         pixels(std::clamp<qreal>(litEnd, 0, size.width())), hold.isEmpty() ? 0 : pixels(hold.left()),
         hold.isEmpty() ? 0 : pixels(hold.right())};
-    QCache<PvComposedPictureKey, QImage>& cache
-        = PvResourceProvider::defaultResourceProvider()->composedPictures();
+    QCache<PvComposedPictureKey, QImage>& cache = *pictures.composed;
     if (const QImage* found = cache.object(key))
         return found;
 
@@ -62,8 +65,6 @@ const QImage* composedStrip(
     const QImage* composed = image.get();
     return cache.insert(key, image.release(), kib) ? composed : nullptr;
 }
-
-} // namespace
 
 PvLevelMeterCell::PvLevelMeterCell() = default;
 
@@ -196,23 +197,46 @@ void PvLevelMeterCell::drawWithFrame(QPainter& painter, const QRectF& frame, PvC
     drawInteriorWithFrame(painter, frame, view);
 }
 
-void PvLevelMeterCell::drawInteriorWithFrame(QPainter& painter, const QRectF& cellFrame, PvControl* view)
+PvLevelMeterCell::Pictures PvLevelMeterCell::pictures(
+    int32_t stripID, int32_t clipID, bool ledOff, bool ledOn)
 {
+    // Built in place: a default QPixmap costs more than one would think.
     PvResourceProvider* provider = PvResourceProvider::defaultResourceProvider();
-    const QPixmap off = provider->imageForID(m_levelMeterImageID, kUnlitState);
-    const QPixmap on = provider->imageForID(m_levelMeterImageID, kLitState);
-    const QPixmap led = m_peakLEDImageID != kImage_None
-        ? provider->imageForID(m_peakLEDImageID, m_peak ? kLitState : kUnlitState)
-        : QPixmap();
-    drawMeter(painter, cellFrame, view, off, on, led);
+    const bool clip = clipID != kImage_None;
+    Pictures p {provider->imageForID(stripID, kUnlitState), provider->imageForID(stripID, kLitState),
+        {clip && ledOff ? provider->imageForID(clipID, kUnlitState) : QPixmap(),
+            clip && ledOn ? provider->imageForID(clipID, kLitState) : QPixmap()},
+        QSizeF(), nullptr, 0, 0};
+    if (!p.off.isNull()) {
+        p.stripSize = p.off.deviceIndependentSize();
+        if (!p.on.isNull() && p.on.size() == p.off.size()
+            && p.on.devicePixelRatio() == p.off.devicePixelRatio()) {
+            p.composed = &provider->composedPictures();
+            p.offKey = p.off.cacheKey();
+            p.onKey = p.on.cacheKey();
+        }
+    }
+    return p;
 }
 
-void PvLevelMeterCell::drawMeter(QPainter& painter, const QRectF& cellFrame, PvControl* view,
-    const QPixmap& off, const QPixmap& on, const QPixmap& led)
+PvLevelMeterCell::Pictures PvLevelMeterCell::ownPictures() const
+{
+    return pictures(m_levelMeterImageID, m_peakLEDImageID, !m_peak, m_peak);
+}
+
+void PvLevelMeterCell::drawInteriorWithFrame(QPainter& painter, const QRectF& cellFrame, PvControl* view)
+{
+    drawMeter(painter, cellFrame, view, ownPictures());
+}
+
+void PvLevelMeterCell::drawMeter(
+    QPainter& painter, const QRectF& cellFrame, PvControl* view, const Pictures& pictures)
 {
     // Meters are drawn many times a second, many at a time: the parts of the pictures are
     // copied without further painter state changes.
-    const QSizeF stripSize = off.isNull() ? QSizeF() : off.deviceIndependentSize();
+    const QPixmap& off = pictures.off;
+    const QPixmap& on = pictures.on;
+    const QSizeF& stripSize = pictures.stripSize;
     const float W = float(stripSize.width());
     const float H = float(stripSize.height());
     const float inset = m_onStateLEDInset;
@@ -251,7 +275,7 @@ void PvLevelMeterCell::drawMeter(QPainter& painter, const QRectF& cellFrame, PvC
     const bool upward = painter.worldTransform().m22() < 0;
     if (upward)
         painter.save();
-    const QRectF frame = pv_uprightRect(painter, cellFrame);
+    const QRectF frame = upward ? pv_uprightRect(painter, cellFrame) : cellFrame;
     const qreal x = frame.x();
     const qreal stripTop = frame.bottom() - H;
 
@@ -267,18 +291,18 @@ void PvLevelMeterCell::drawMeter(QPainter& painter, const QRectF& cellFrame, PvC
     };
     if (!off.isNull()) {
         const bool hold = m > 0.0f && d < 1.0f && holdEnd > litLength; // else drawn already
-        const QSizeF onSize = on.isNull() ? QSizeF() : on.deviceIndependentSize();
         // The lit picture's column at the hold, less the picture's bottom row.
         const QRectF holdPart(holdEnd + inset - holdWidth, 0, holdWidth, H - 1);
         // A LED hold is one of few places and goes into the composed strip; a bar's would
         // multiply the strips by the bar's length, so it is copied on its own.
         const bool holdComposed = hold && n > 0;
         const float litEnd = d > 0.0f ? (d < 1.0f ? litLength + inset : W) : 0.0f;
-        if (const QImage* strip = composedStrip(off, on, n, litEnd, holdComposed ? holdPart : QRectF())) {
+        if (const QImage* strip = composedStrip(pictures, n, litEnd, holdComposed ? holdPart : QRectF())) {
             painter.drawImage(QPointF(x, stripTop), *strip);
             if (hold && !holdComposed)
-                copy(on, onSize, holdPart);
+                copy(on, stripSize, holdPart);
         } else {
+            const QSizeF onSize = on.isNull() ? QSizeF() : on.deviceIndependentSize();
             if (d < 1.0f) {
                 const float s = litLength + (litLength >= 1.0f ? inset : 0.0f);
                 copy(off, stripSize, QRectF(s, 0, W - s, H));
@@ -289,11 +313,10 @@ void PvLevelMeterCell::drawMeter(QPainter& painter, const QRectF& cellFrame, PvC
                 copy(on, onSize, holdPart);
         }
     }
-    if (!led.isNull()) {
+    // The clip LED stands in the frame's bottom right corner.
+    if (const QPixmap& led = pictures.led[m_peak]; !led.isNull()) {
         const QSizeF size = led.deviceIndependentSize();
-        painter.drawPixmap(
-            QRectF(QPointF(frame.right() - size.width(), frame.bottom() - size.height()), size), led,
-            QRectF(QPointF(0, 0), QSizeF(led.size())));
+        painter.drawPixmap(QPointF(frame.right() - size.width(), frame.bottom() - size.height()), led);
     }
     if (upward)
         painter.restore();

@@ -2,15 +2,17 @@
 #pragma once
 
 #include "PvCell.h"
+#include "PvResourceProvider.h"
 #include "PvTimer.h"
 
+#include <QCache>
+#include <QImage>
+#include <QPixmap>
 #include <QRectF>
 
 #include <cstdint>
 #include <memory>
 #include <optional>
-
-class QPixmap;
 
 /**
     Shows one audio level as a horizontal strip of LEDs (or a continuous bar), drawn from
@@ -141,11 +143,27 @@ private:
     static constexpr int kUnlitState = 0;
     static constexpr int kLitState = 3;
 
+    // The pictures a meter draws from, asked for once per draw and shared by the meters of
+    // a view that have the same image IDs. Any of them may be null.
+    struct Pictures {
+        QPixmap off, on; // the unlit and the lit strip
+        QPixmap led[2]; // the clip LED off and on, where asked for
+        QSizeF stripSize; // of off, in points
+        // Where strips composed of off and on are kept, when on has off's size and pixel
+        // ratio (else null), and the two pictures' cache keys.
+        QCache<PvComposedPictureKey, QImage>* composed = nullptr;
+        qint64 offKey = 0, onKey = 0;
+    };
+    // The strip pictures and the clip LED in the states asked for.
+    static Pictures pictures(int32_t stripID, int32_t clipID, bool ledOff, bool ledOn);
+    Pictures ownPictures() const;
+    // The strip with columns [0, litEnd) and the columns of hold from the lit picture, the
+    // rest from the unlit one; null where it cannot be composed.
+    static const QImage* composedStrip(
+        const Pictures& pictures, uint32_t ledCount, float litEnd, QRectF hold);
+
     void redraw();
-    // Draws from the pictures given: the unlit and lit strip and the clip LED in the
-    // cell's clip state (each may be null).
-    void drawMeter(QPainter& painter, const QRectF& frame, PvControl* view, const QPixmap& off,
-        const QPixmap& on, const QPixmap& led);
+    void drawMeter(QPainter& painter, const QRectF& frame, PvControl* view, const Pictures& pictures);
 
     QRectF m_cellFrame;
     int32_t m_levelMeterImageID = 0;

@@ -578,7 +578,8 @@ void PvControl::drawRect(QPainter& painter, const QRectF&)
 void PvControl::paintEvent(QPaintEvent* event)
 {
     QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
+    if (drawsAntialiased())
+        painter.setRenderHint(QPainter::Antialiasing);
     if (!isFlipped()) {
         painter.translate(0, height());
         painter.scale(1, -1);

@@ -218,6 +218,9 @@ protected:
     /// Draws the cells; the base draws its cell over the bounds. painter and dirtyRect are
     /// in the control's coordinates (see isFlipped()).
     virtual void drawRect(QPainter& painter, const QRectF& dirtyRect);
+    /// Whether the painter given to drawRect() smooths edges (true by default); a control
+    /// that only copies whole pixels of pictures answers false and saves the time.
+    virtual bool drawsAntialiased() const { return true; }
 
     bool event(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;

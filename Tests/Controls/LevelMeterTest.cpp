@@ -191,12 +191,16 @@ TEST_F(MeterFixture, OverFullScaleLatchesTheClipLEDUntilAClickClearsBoth)
     QSignalSpy triggered(view, &PvControl::actionTriggered);
     view->setFallBackStep(0.1f);
     view->setFallBackStepTime(0.05);
+    view->setLevelL(0.5f, 1.05f); // only the right meter clips
+    QImage image = view->grab().toImage();
+    EXPECT_EQ(image.pixelColor(130 - 2 - 4, 2 + 3), kClipOff);
+    EXPECT_EQ(image.pixelColor(130 - 2 - 4, 14 + 3), kClipOn);
     view->setLevelL(1.3f, 1.05f);
     EXPECT_FLOAT_EQ(view->cellL()->displayLevel(), 1.1f);
     EXPECT_FLOAT_EQ(view->cellR()->displayLevel(), 1.05f);
     EXPECT_TRUE(view->cellL()->isPeak());
     EXPECT_TRUE(view->cellR()->isPeak());
-    QImage image = view->grab().toImage();
+    image = view->grab().toImage();
     EXPECT_EQ(pixel(image, true, 103), kLit); // drawn as full
     EXPECT_EQ(image.pixelColor(130 - 2 - 4, 2 + 3), kClipOn);
 
@@ -212,6 +216,13 @@ TEST_F(MeterFixture, OverFullScaleLatchesTheClipLEDUntilAClickClearsBoth)
     image = view->grab().toImage();
     EXPECT_EQ(image.pixelColor(130 - 2 - 4, 2 + 3), kClipOff);
     EXPECT_EQ(image.pixelColor(130 - 2 - 4, 14 + 3), kClipOff);
+
+    // A meter without a clip LED (then each meter asks for its own pictures).
+    view->cellR()->setImageIDs(kStrip, kImage_None);
+    image = view->grab().toImage();
+    EXPECT_EQ(image.pixelColor(130 - 2 - 4, 2 + 3), kClipOff);
+    EXPECT_NE(image.pixelColor(130 - 2 - 4, 14 + 3), kClipOn);
+    EXPECT_EQ(pixel(image, false, 50), kLit);
 }
 
 TEST_F(MeterFixture, FallBackAndHoldFollowTheClockWhateverTheFeedingRate)
